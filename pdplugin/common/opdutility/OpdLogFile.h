@@ -1,0 +1,12 @@
+// The line writer under the name that collectors use for listings and comma-separated files. No header.
+#pragma once
+
+#include "log/LineWriter.h"
+
+class COpdLogFile : public CLineWriter
+{
+public:
+    COpdLogFile();
+    // Creates or empties the file.
+    HRESULT Open(const std::wstring& sPath);
+};

@@ -1,0 +1,48 @@
+// Process start and end: COM and the module, the command line, the mode, the exit code.
+#include <exception>
+
+#include "app/KelvarinApp.h"
+#include "platform/ComInit.h"
+
+namespace
+{
+
+constexpr int ExitNoModule = -1;
+
+// An exception that no thread of ours takes ends the process at once, with a code of its own and without a box.
+[[noreturn]] void OnTerminate()
+{
+    ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(E_UNEXPECTED));
+    for (;;) // the process is gone before this runs on
+        ::Sleep(INFINITE);
+}
+
+int RunApplication(CKelvarinApp& rApp)
+{
+    try
+    {
+        const HRESULT hr = rApp.Main(CCmdLineParam::OfThisProcess());
+        return FAILED(hr) ? hr : 0;
+    }
+    catch (HRESULT hr) // the log system found no folder at all
+    {
+        return hr;
+    }
+}
+
+} // namespace
+
+int WINAPI wWinMain(HINSTANCE hInstance, HINSTANCE, PWSTR, int)
+{
+    std::set_terminate(OnTerminate);
+    // An empty card reader must not hold up a hidden child behind a box of the system.
+    ::SetErrorMode(SEM_FAILCRITICALERRORS);
+
+    const COpdComInit com; // a failure shows where COM is used
+    CKelvarinApp& rApp = CKelvarinApp::GetApp();
+    if (FAILED(rApp.Init(hInstance)))
+        return ExitNoModule;
+    const int nExitCode = RunApplication(rApp);
+    rApp.Term();
+    return nExitCode;
+}

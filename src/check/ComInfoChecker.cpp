@@ -1,0 +1,85 @@
+#include "check/ComInfoChecker.h"
+
+#include "log/ResultLog.h"
+#include "opdutility/OpdDriverInfo.h"
+#include "opdutility/OpdFileHelper.h"
+#include "platform/Path.h"
+
+namespace
+{
+
+// Behind the drive letter; no separator is asked for at their end.
+constexpr std::wstring_view InstalledFolders[] = {
+    L":\\Program Files\\Common Files\\Tolvane Shared\\Velmora",
+    L":\\Program Files\\Common Files\\Tolvane Shared\\Nuvex",
+};
+
+// A list with its head; a file that cannot be opened is logged, and its lines are lost.
+void OpenList(const CFunctionLog& log, CResultLog& rList, const std::wstring& sPath, const wchar_t* pTitle)
+{
+    const HRESULT hr = rList.Open(sPath, true);
+    if (FAILED(hr))
+        log.Warning(L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sPath, hr);
+    else
+        rList.WriteSectionHead(pTitle);
+}
+
+bool IsInstalledModule(const std::wstring& sModule, std::wstring_view sFolder)
+{
+    std::wstring sPath;
+    if (FAILED(COpdFileHelper::GetAbsolutePath(sModule, sPath)) || sPath.empty())
+        return false;
+    return ::_wcsnicmp(sPath.c_str() + 1, sFolder.data(), sFolder.size()) == 0;
+}
+
+} // namespace
+
+CComInfoChecker::CComInfoChecker(CResultLog& rResultLog, const std::wstring& sLogDirPath, const std::vector<CComObjectInfo>& rInfos)
+    : m_rResultLog(rResultLog),
+      m_sLogDirPath(sLogDirPath),
+      m_rInfos(rInfos),
+      m_Progress(L"CComInfoChecker", static_cast<UINT32>(rInfos.size()), L"Checking COM...")
+{
+}
+
+HRESULT CComInfoChecker::CheckComObjectInfos(bool bSxS, UINT32* pulFailed)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        *pulFailed = 0;
+        // The objects themselves are not created yet: their records pass by, and the module list stays empty.
+        WriteLoadedModules(log, bSxS, pulFailed);
+        WriteLoadedDrivers(log);
+        m_Progress.Update(static_cast<UINT32>(m_rInfos.size()), L"");
+    });
+}
+
+void CComInfoChecker::WriteLoadedModules(const CFunctionLog& log, bool bSxS, UINT32* pulFailed)
+{
+    CResultLog list;
+    OpenList(log, list, JoinPath(m_sLogDirPath, L"LoadedComModules.txt"), L"Loaded COM Modules");
+    for (const std::wstring& sModule : m_Modules)
+    {
+        list.WriteLine(L"%s", sModule);
+        for (const std::wstring_view sFolder : InstalledFolders)
+        {
+            if (!bSxS || !IsInstalledModule(sModule, sFolder))
+                continue;
+            ++*pulFailed;
+            m_rResultLog.WriteLine(L"Failed: Non-SxS module loaded.[\"%s\"]", sModule);
+        }
+    }
+}
+
+void CComInfoChecker::WriteLoadedDrivers(const CFunctionLog& log)
+{
+    CResultLog list;
+    OpenList(log, list, JoinPath(m_sLogDirPath, L"LoadedDeviceDrivers.txt"), L"Loaded Device Drivers");
+    std::vector<COpdDriverInfo::CDriver> Drivers;
+    const HRESULT hr = COpdDriverInfo::GetLoadedDeviceDrivers(Drivers);
+    if (FAILED(hr))
+        log.Warning(L"COpdDriverInfo::GetLoadedDeviceDrivers() failed. [0x%08X]", hr);
+    list.WriteLine(L"BaseName, FileName");
+    for (const COpdDriverInfo::CDriver& rDriver : Drivers)
+        list.WriteLine(L"%s, %s", rDriver.sBaseName, rDriver.sFileName);
+}

@@ -1,0 +1,124 @@
+#include "log/FileIO.h"
+
+#include <shlobj.h>
+
+#include "log/LogFile.h"
+#include "platform/Format.h"
+#include "platform/LocalTime.h"
+#include "platform/Path.h"
+#include "platform/Text.h"
+
+namespace opLogSys::File
+{
+namespace
+{
+
+std::wstring DesktopFolder()
+{
+    std::wstring sPath;
+    return GetSpecialFolder(CSIDL_DESKTOP, true, sPath) ? sPath : std::wstring();
+}
+
+std::wstring ExpandLocation(std::wstring sLocation, const SYSTEMTIME& rNow)
+{
+    ReplaceAll(sLocation, L"%DATE%", FormatText(L"%04d%02d%02d", rNow.wYear, rNow.wMonth, rNow.wDay));
+    ReplaceAll(sLocation, L"%TIME%", FormatText(L"%02d%02d%02d", rNow.wHour, rNow.wMinute, rNow.wSecond));
+    if (sLocation.find(L"%DESKTOP%") != sLocation.npos)
+        ReplaceAll(sLocation, L"%DESKTOP%", DesktopFolder());
+    return sLocation;
+}
+
+// The folder with its backslash, made when missing; empty when there is none afterwards.
+std::wstring MakeFolder(const std::wstring& sPath)
+{
+    if (!FileExists(sPath))
+        ::SHCreateDirectoryExW(nullptr, sPath.c_str(), nullptr);
+    return FileExists(sPath) ? WithTrailingBackslash(sPath) : std::wstring();
+}
+
+std::wstring FolderOfLocation(const std::wstring& sLocation)
+{
+    if (sLocation == L"desktop")
+        return WithTrailingBackslash(DesktopFolder());
+    // "current" is the program's folder and not the process's current one.
+    if (sLocation.empty() || sLocation == L"current")
+        return {};
+    if (sLocation.starts_with(L'.'))
+        return MakeFolder(JoinPath(ModuleDirPath(), sLocation));
+    const std::wstring sPath = WithoutTrailingBackslash(sLocation);
+    const DWORD dwAttributes = ::GetFileAttributesW(sPath.c_str());
+    if (dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        return sPath.substr(0, sPath.size() - FileNamePart(sPath).size());
+    return MakeFolder(sPath);
+}
+
+} // namespace
+
+std::wstring ResolveTraceFolder(const std::wstring& sLocation, const SYSTEMTIME& rNow)
+{
+    const std::wstring sFolder = FolderOfLocation(ExpandLocation(sLocation, rNow));
+    return sFolder.empty() ? WithTrailingBackslash(ModuleDirPath()) : sFolder;
+}
+
+CFileIO::CFileIO(const std::wstring& sSubject, bool bAutoFlush, const std::wstring& sLocation, Encoding eEncoding)
+    : m_bAutoFlush(bAutoFlush), m_sLocation(sLocation), m_eEncoding(eEncoding)
+{
+    const SYSTEMTIME Now = LocalNow();
+    m_sPath = FormatText(L"%s%s-%04d-%02d-%02d [%02d-%02d-%02d].log", ResolveTraceFolder(m_sLocation, Now), sSubject, Now.wYear,
+                         Now.wMonth, Now.wDay, Now.wHour, Now.wMinute, Now.wSecond);
+}
+
+CFileIO::~CFileIO()
+{
+    if (m_hFile)
+        ::FlushFileBuffers(m_hFile.Get());
+}
+
+LONG CFileIO::Open()
+{
+    m_Lock.Lock();
+    return 0;
+}
+
+LONG CFileIO::Close()
+{
+    m_Lock.Unlock();
+    return 0;
+}
+
+void CFileIO::WriteLine(const wchar_t* pText)
+{
+    const Common::CLockScope lock(m_Lock);
+    WriteText(pText);
+    WriteText(L"\r\n");
+}
+
+void CFileIO::WriteText(const wchar_t* pText)
+{
+    const Common::CLockScope lock(m_Lock);
+    if (!m_hFile && !m_bOpenFailed)
+        OpenFile();
+    if (m_hFile)
+        WriteLogText(m_hFile.Get(), pText, m_eEncoding);
+}
+
+void CFileIO::Flush()
+{
+    const Common::CLockScope lock(m_Lock);
+    if (m_bAutoFlush && m_hFile)
+        ::FlushFileBuffers(m_hFile.Get());
+}
+
+// A second process of the same second finds the name taken and counts on: "[01]" to "[99]", the last one in any case.
+void CFileIO::OpenFile()
+{
+    std::wstring sPath = m_sPath;
+    for (int n = 1; n <= 99 && FileExists(sPath); ++n)
+        sPath = WithNameTail(m_sPath, FormatText(L"[%02d]", n));
+    m_sPath = sPath;
+    m_hFile = OpenLogFile(m_sPath, GENERIC_WRITE, nullptr, m_eEncoding);
+    // One try is enough: a hundred names for each lost line would stall the program.
+    m_bOpenFailed = !m_hFile;
+}
+
+} // namespace opLogSys::File

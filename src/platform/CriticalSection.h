@@ -1,0 +1,31 @@
+// The lock of one process, and its scope.
+#pragma once
+
+#include "platform/Win32.h"
+
+class CSection
+{
+public:
+    CSection() { ::InitializeCriticalSection(&m_Section); }
+    ~CSection() { ::DeleteCriticalSection(&m_Section); }
+    CSection(const CSection&) = delete;
+    CSection& operator=(const CSection&) = delete;
+
+    void Enter() { ::EnterCriticalSection(&m_Section); }
+    void Leave() { ::LeaveCriticalSection(&m_Section); }
+
+private:
+    CRITICAL_SECTION m_Section;
+};
+
+class CSectionScope
+{
+public:
+    explicit CSectionScope(CSection& rSection) : m_rSection(rSection) { m_rSection.Enter(); }
+    ~CSectionScope() { m_rSection.Leave(); }
+    CSectionScope(const CSectionScope&) = delete;
+    CSectionScope& operator=(const CSectionScope&) = delete;
+
+private:
+    CSection& m_rSection;
+};

@@ -1,0 +1,38 @@
+#include "platform/RegKey.h"
+
+DWORD CRegKey::Open(HKEY hParent, const std::wstring& sPath, REGSAM dwAccess)
+{
+    return static_cast<DWORD>(::RegOpenKeyExW(hParent, sPath.c_str(), 0, dwAccess, m_hKey.Put()));
+}
+
+DWORD CRegKey::QueryStringValue(const wchar_t* pName, std::wstring& sValue, DWORD nCapacity) const
+{
+    std::wstring sData(nCapacity, L'\0');
+    DWORD dwType = REG_NONE;
+    DWORD dwBytes = nCapacity * sizeof(wchar_t);
+    const auto dwStatus = static_cast<DWORD>(::RegQueryValueExW(m_hKey.Get(), pName, nullptr, &dwType, reinterpret_cast<BYTE*>(sData.data()), &dwBytes));
+    if (dwStatus != ERROR_SUCCESS)
+        return dwStatus;
+    if (dwType != REG_SZ && dwType != REG_EXPAND_SZ)
+        return ERROR_INVALID_DATA;
+    sData.resize(dwBytes / sizeof(wchar_t));
+    const auto nEnd = sData.find(L'\0');
+    if (nEnd == sData.npos && dwBytes != 0)
+        return ERROR_INVALID_DATA;
+    sValue = sData.substr(0, nEnd);
+    return ERROR_SUCCESS;
+}
+
+DWORD CRegKey::QueryDwordValue(const wchar_t* pName, DWORD& rdwValue) const
+{
+    DWORD dwType = REG_NONE;
+    DWORD dwValue = 0;
+    DWORD dwBytes = sizeof dwValue;
+    const auto dwStatus = static_cast<DWORD>(::RegQueryValueExW(m_hKey.Get(), pName, nullptr, &dwType, reinterpret_cast<BYTE*>(&dwValue), &dwBytes));
+    if (dwStatus != ERROR_SUCCESS)
+        return dwStatus;
+    if (dwType != REG_DWORD || dwBytes != sizeof dwValue)
+        return ERROR_INVALID_DATA;
+    rdwValue = dwValue;
+    return ERROR_SUCCESS;
+}

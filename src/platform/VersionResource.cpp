@@ -1,0 +1,64 @@
+#include "platform/VersionResource.h"
+
+#include <algorithm>
+
+#include "platform/Format.h"
+#include "platform/Text.h"
+
+DWORD CVersionResource::Load(const std::wstring& sPath)
+{
+    DWORD dwIgnored = 0;
+    m_Data.clear();
+    const DWORD dwSize = ::GetFileVersionInfoSizeW(sPath.c_str(), &dwIgnored);
+    m_Data.resize(dwSize);
+    if (dwSize != 0 && ::GetFileVersionInfoW(sPath.c_str(), 0, dwSize, m_Data.data()))
+        return ERROR_SUCCESS;
+    const DWORD dwError = ::GetLastError();
+    m_Data.clear();
+    return dwError != ERROR_SUCCESS ? dwError : ERROR_RESOURCE_DATA_NOT_FOUND;
+}
+
+std::optional<CVersionResource::CFixed> CVersionResource::Fixed() const
+{
+    void* pValue = nullptr;
+    UINT nLength = 0;
+    if (!::VerQueryValueW(m_Data.data(), L"\\", &pValue, &nLength) || pValue == nullptr || nLength < sizeof(VS_FIXEDFILEINFO))
+        return std::nullopt;
+    const auto* const pInfo = static_cast<const VS_FIXEDFILEINFO*>(pValue);
+    return CFixed{ pInfo->dwFileVersionMS, pInfo->dwFileVersionLS };
+}
+
+std::optional<CVersionResource::CTranslation> CVersionResource::Translation() const
+{
+    void* pValue = nullptr;
+    UINT nLength = 0;
+    if (!::VerQueryValueW(m_Data.data(), L"\\VarFileInfo\\Translation", &pValue, &nLength) || pValue == nullptr || nLength < sizeof(CTranslation))
+        return std::nullopt;
+    return *static_cast<const CTranslation*>(pValue);
+}
+
+std::optional<std::wstring> CVersionResource::String(CTranslation translation, const wchar_t* pKey) const
+{
+    void* pValue = nullptr;
+    UINT nLength = 0;
+    const std::wstring sQuery = FormatText(L"\\StringFileInfo\\%04x%04x\\%s", translation.wLanguage, translation.wCodePage, pKey);
+    if (!::VerQueryValueW(m_Data.data(), sQuery.c_str(), &pValue, &nLength) || pValue == nullptr || nLength == 0)
+        return std::nullopt;
+    // The length counts the terminator, and a damaged resource may count more than it holds.
+    const auto nHeld = static_cast<std::size_t>(m_Data.data() + m_Data.size() - static_cast<const BYTE*>(pValue)) / sizeof(wchar_t);
+    const std::wstring_view sText(static_cast<const wchar_t*>(pValue), std::min<std::size_t>(nLength, nHeld));
+    return std::wstring(sText.substr(0, sText.find(L'\0')));
+}
+
+std::wstring CVersionResource::FileVersionText() const
+{
+    const std::optional<CTranslation> translation = Translation();
+    std::wstring sText = translation ? String(*translation, L"FileVersion").value_or(std::wstring()) : std::wstring();
+    ReplaceAll(sText, L", ", L".");
+    return sText;
+}
+
+std::wstring FixedVersionText(CVersionResource::CFixed version)
+{
+    return FormatText(L"%d.%d.%d.%d", HIWORD(version.dwMS), LOWORD(version.dwMS), HIWORD(version.dwLS), LOWORD(version.dwLS));
+}

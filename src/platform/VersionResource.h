@@ -1,0 +1,46 @@
+// The version resource of a file, read once and asked as often as needed.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Win32.h"
+
+class CVersionResource
+{
+public:
+    // The fixed version's two 32-bit numbers.
+    struct CFixed
+    {
+        DWORD dwMS;
+        DWORD dwLS;
+    };
+    struct CTranslation
+    {
+        WORD wLanguage;
+        WORD wCodePage;
+    };
+
+    // Reads the resource. Answers ERROR_SUCCESS or the last error of the call that failed; a file without the
+    // resource is a failure (HasResource is false then).
+    [[nodiscard]] DWORD Load(const std::wstring& sPath);
+    bool HasResource() const { return !m_Data.empty(); }
+    DWORD Size() const { return static_cast<DWORD>(m_Data.size()); }
+
+    // The last error says why there is none.
+    [[nodiscard]] std::optional<CFixed> Fixed() const;
+    // The first translation entry.
+    [[nodiscard]] std::optional<CTranslation> Translation() const;
+    // A string of the given translation; without a value when there is no such key or its text is empty.
+    [[nodiscard]] std::optional<std::wstring> String(CTranslation translation, const wchar_t* pKey) const;
+
+    // The "FileVersion" string of the first translation, each ", " made a "."; empty when there is none.
+    [[nodiscard]] std::wstring FileVersionText() const;
+
+private:
+    std::vector<BYTE> m_Data;
+};
+
+// "1.2.3.4" of the fixed version.
+[[nodiscard]] std::wstring FixedVersionText(CVersionResource::CFixed version);
