@@ -98,8 +98,10 @@ consteval void Check(std::wstring_view sFormat)
 
 inline const wchar_t* Pass(const std::wstring& sText) { return sText.c_str(); }
 inline const wchar_t* Pass(const wchar_t* pText) { return pText != nullptr ? pText : L"(null)"; }
+inline const void* Pass(const void* pValue) { return pValue; }
+inline const char* Pass(const char* pText) { return pText != nullptr ? pText : "(null)"; }
 template <typename T>
-    requires(!std::is_array_v<T>)
+    requires(!std::is_array_v<T> && !std::is_pointer_v<T>)
 constexpr auto Pass(const T& value)
 {
     // The compiler promotes a small integer, but not a small scoped enumeration.

@@ -1,0 +1,14 @@
+// Entry point of the test executables. The command line also holds the program's own switches for the log's folder.
+#include <gmock/gmock.h>
+
+#include "app/KelvarinApp.h"
+#include "platform/ComInit.h"
+
+int wmain(int argc, wchar_t** argv)
+{
+    ::testing::InitGoogleMock(&argc, argv);
+    ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    const COpdComInit com;
+    CKelvarinApp::GetApp().Init(::GetModuleHandleW(nullptr));
+    return RUN_ALL_TESTS();
+}
