@@ -1,9 +1,7 @@
 #include "app/KelvarinApp.h"
 
-#include <objbase.h>
-
 #include "log/FunctionLog.h"
-#include "platform/ForeignCall.h"
+#include "platform/ObjectRef.h"
 
 namespace
 {
@@ -21,15 +19,6 @@ struct IVlmSxs : IUnknown
     virtual HRESULT STDMETHODCALLTYPE enableKB843524Hack(INT32 nEnable) = 0;
 };
 #pragma GCC diagnostic pop
-
-// An object's own C++ exception counts as a failed call.
-template <typename Call>
-HRESULT CallObject(const Call& call)
-{
-    HRESULT hr = E_UNEXPECTED;
-    auto guarded = [&] { hr = call(); };
-    return CallForeign(guarded) == 0 ? hr : E_UNEXPECTED;
-}
 
 } // namespace
 
@@ -90,20 +79,24 @@ HRESULT CKelvarinApp::Main(const CCmdLineParam& rParam)
 // Of no consequence for what follows: without the product the tool still runs all its modes.
 void CKelvarinApp::EnableSideBySide(const CFunctionLog& log) const
 {
-    IVlmSxs* pSxs = nullptr;
-    HRESULT hr = CallObject([&] { return ::CoCreateInstance(ClsidVlmSxs, nullptr, CLSCTX_ALL, IidVlmSxs, reinterpret_cast<void**>(&pSxs)); });
-    if (FAILED(hr) || pSxs == nullptr)
+    CObjectRef<IVlmSxs> pSxs;
+    const wchar_t* pCall = L"CoCreateInstance(VlmSxs)";
+    HRESULT hr = E_UNEXPECTED;
+    try
     {
-        log.Error(L"CoCreateInstance(VlmSxs) failed: %#x", hr);
-        return;
+        hr = pSxs.Create(ClsidVlmSxs, IidVlmSxs);
+        if (SUCCEEDED(hr))
+        {
+            pCall = L"IVlmSxs::enableKB843524Hack()";
+            hr = CallObject([&] { return pSxs->enableKB843524Hack(1); });
+        }
     }
-    hr = CallObject([&] { return pSxs->enableKB843524Hack(1); });
+    catch (const CForeignException&)
+    {
+        hr = E_UNEXPECTED;
+    }
     if (FAILED(hr))
-        log.Error(L"IVlmSxs::enableKB843524Hack() failed: %#x", hr);
-    CallObject([&] {
-        pSxs->Release();
-        return S_OK;
-    });
+        log.Error(L"%s failed: %#x", pCall, hr);
 }
 
 HRESULT CKelvarinApp::RunMode(const CFunctionLog& log, const CCmdLineParam& rParam)

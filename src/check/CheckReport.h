@@ -15,25 +15,32 @@ template <typename... Args>
     log.Throw<Args...>(hr, format, args...);
 }
 
-// The run operation of a checker. For each record: posts textOf(record) at its position and calls check(record); a
-// negative result is handed to tell(record, hr), counts, and ends nothing. The dialog shows its default text at the end.
+// For each record: posts textOf(record) at its position and calls check(record); a negative result is handed to
+// tell(record, hr), counts, and ends nothing.
+template <typename Records, typename TextOf, typename Check, typename Tell>
+void WalkRecords(const CProgressClient& rProgress, const Records& rRecords, UINT32* pulFailed, const TextOf& textOf, const Check& check, const Tell& tell)
+{
+    UINT32 nPosition = 0;
+    for (const auto& rRecord : rRecords)
+    {
+        rProgress.Update(nPosition++, textOf(rRecord));
+        const HRESULT hr = check(rRecord);
+        if (FAILED(hr))
+        {
+            tell(rRecord, hr);
+            ++*pulFailed;
+        }
+    }
+}
+
+// The run operation of a checker: the count from 0, the walk, and the dialog's default text at the end.
 template <typename Records, typename TextOf, typename Check, typename Tell>
 HRESULT CheckRecords(CFunctionLog& log, const CProgressClient& rProgress, const Records& rRecords, UINT32* pulFailed,
                      const TextOf& textOf, const Check& check, const Tell& tell)
 {
     return log.Run([&] {
         *pulFailed = 0;
-        UINT32 nPosition = 0;
-        for (const auto& rRecord : rRecords)
-        {
-            rProgress.Update(nPosition++, textOf(rRecord));
-            const HRESULT hr = check(rRecord);
-            if (FAILED(hr))
-            {
-                tell(rRecord, hr);
-                ++*pulFailed;
-            }
-        }
-        rProgress.Update(nPosition, L"");
+        WalkRecords(rProgress, rRecords, pulFailed, textOf, check, tell);
+        rProgress.Update(static_cast<UINT32>(rRecords.size()), L"");
     });
 }

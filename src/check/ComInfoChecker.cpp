@@ -1,6 +1,7 @@
 #include "check/ComInfoChecker.h"
 
-#include "log/ResultLog.h"
+#include "check/CheckReport.h"
+#include "check/ComObjectChecker.h"
 #include "opdutility/OpdDriverInfo.h"
 #include "opdutility/OpdFileHelper.h"
 #include "platform/Path.h"
@@ -47,11 +48,39 @@ HRESULT CComInfoChecker::CheckComObjectInfos(bool bSxS, UINT32* pulFailed)
     CFunctionLog log;
     return log.Run([&] {
         *pulFailed = 0;
-        // The objects themselves are not created yet: their records pass by, and the module list stays empty.
+        WalkRecords(
+            m_Progress, m_rInfos, pulFailed, [](const CComObjectInfo& rInfo) { return FormatText(L"Checking COM modules...(\"%s\")", rInfo.sName); },
+            [&](const CComObjectInfo& rInfo) { return CheckComObjectInfo(rInfo, pulFailed); },
+            [&](const CComObjectInfo&, HRESULT hr) { log.Warning(L"CheckComObjectInfo() failed.[0x%08X]", hr); });
         WriteLoadedModules(log, bSxS, pulFailed);
         WriteLoadedDrivers(log);
         m_Progress.Update(static_cast<UINT32>(m_rInfos.size()), L"");
     });
+}
+
+HRESULT CComInfoChecker::CheckComObjectInfo(const CComObjectInfo& rInfo, UINT32* pulFailed)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        const bool bBoth = rInfo.bAllApartments || rInfo.nApartment == CComObjectInfo::Apartment_Both;
+        if (bBoth || rInfo.nApartment == CComObjectInfo::Apartment_Mta)
+            CheckInApartment(log, rInfo, COINIT_MULTITHREADED, pulFailed);
+        if (bBoth || rInfo.nApartment == CComObjectInfo::Apartment_Sta)
+            CheckInApartment(log, rInfo, COINIT_APARTMENTTHREADED, pulFailed);
+    });
+}
+
+// A run that could not even be made counts here and, by the code that it throws, once more at the caller.
+void CComInfoChecker::CheckInApartment(const CFunctionLog& log, const CComObjectInfo& rInfo, DWORD dwApartment, UINT32* pulFailed)
+{
+    UINT32 nFailed = 0;
+    const HRESULT hr = CComObjectChecker(m_rResultLog, m_Modules, dwApartment, rInfo).CheckComObject(&nFailed);
+    if (FAILED(hr))
+    {
+        ++*pulFailed;
+        FailEntry(log, m_rResultLog, E_FAIL, L"Failed: CheckComObject( %s ) failed.[clsid:\"%s\"]", CComObjectChecker::ApartmentText(dwApartment), rInfo.sName);
+    }
+    *pulFailed += nFailed;
 }
 
 void CComInfoChecker::WriteLoadedModules(const CFunctionLog& log, bool bSxS, UINT32* pulFailed)

@@ -8,8 +8,8 @@
 
 class CFunctionLog;
 
-// The class's identity as text, in braces. Throws E_FAIL, with its record, when there is none.
-[[nodiscard]] std::wstring ClsidText(const CFunctionLog& log, const CLSID& rClsid);
+// An identity as text, in braces. Throws E_FAIL, with its record, when there is none.
+[[nodiscard]] std::wstring GuidText(const CFunctionLog& log, const GUID& rGuid);
 
 // The default value of the class's InprocServer32 key, of less than 520 characters; without a value when the key or
 // its value cannot be read.

@@ -5,6 +5,25 @@
 
 #include "platform/Win32.h"
 
+// The same for a thread that chooses its apartment: COINIT_MULTITHREADED or COINIT_APARTMENTTHREADED.
+class CComApartment
+{
+public:
+    explicit CComApartment(DWORD dwApartment) : m_hr(::CoInitializeEx(nullptr, dwApartment)) {}
+    ~CComApartment()
+    {
+        if (SUCCEEDED(m_hr))
+            ::CoUninitialize();
+    }
+    CComApartment(const CComApartment&) = delete;
+    CComApartment& operator=(const CComApartment&) = delete;
+
+    HRESULT GetResult() const { return m_hr; }
+
+private:
+    HRESULT m_hr;
+};
+
 class COpdComInit
 {
 public:

@@ -16,3 +16,21 @@ DWORD CallForeign(Call& call)
 {
     return KelvarinGuardedCall([](void* pCall) { (*static_cast<Call*>(pCall))(); }, &call);
 }
+
+// What a guarded call throws when the object threw. No result code: it passes the catches for those.
+struct CForeignException
+{
+    DWORD dwCode;
+};
+
+// The result of a call into a foreign object, such as [&] { return pObject->DoIt(); }.
+template <typename Call>
+HRESULT CallObject(const Call& call)
+{
+    HRESULT hr = E_UNEXPECTED;
+    auto guarded = [&] { hr = call(); };
+    const DWORD dwCode = CallForeign(guarded);
+    if (dwCode != 0)
+        throw CForeignException{ dwCode };
+    return hr;
+}
