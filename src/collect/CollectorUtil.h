@@ -1,0 +1,67 @@
+// What more than one collector prints in the same way: versions of files, registry keys as text, listings of folders,
+// the DirectX version. The layouts are the program's common file formats.
+#pragma once
+
+#include <array>
+#include <compare>
+#include <map>
+#include <string>
+
+#include "platform/Win32.h"
+
+class COpdLogFile;
+class CResultLog;
+
+// A 64-bit file version.
+struct CFileVersion
+{
+    DWORD dwLS = 0;
+    DWORD dwMS = 0;
+
+    constexpr WORD Major() const { return HIWORD(dwMS); }
+    constexpr std::strong_ordering operator<=>(const CFileVersion& rOther) const
+    {
+        return dwMS != rOther.dwMS ? dwMS <=> rOther.dwMS : dwLS <=> rOther.dwLS;
+    }
+    constexpr bool operator==(const CFileVersion& rOther) const = default;
+};
+
+// Static operations; each gives a result code.
+class CCollectorUtil
+{
+public:
+    // The strings of a version resource that the listings show, by number.
+    static constexpr std::array PropertyNames{ L"FileVersion",    L"FileDescription", L"Comments",     L"ProductName",  L"ProductVersion", L"CompanyName",
+                                               L"LegalCopyright", L"LegalTrademarks", L"PrivateBuild", L"SpecialBuild", L"InternalName",   L"OriginalFilename" };
+    using Properties = std::map<UINT32, std::wstring>;
+
+    // The strings of the first translation; a missing one is left out. A file without a resource is no failure and
+    // leaves the map as it is.
+    static HRESULT GetFileProperty(const std::wstring& sPath, Properties& rProperties);
+    // The FileVersion string, each ", " made a "."; empty, with success, for a file that is missing or has no resource.
+    static HRESULT GetFileVersion(const std::wstring& sPath, std::wstring& rsVersion);
+    // The fixed version; here a missing resource is a failure.
+    static HRESULT GetFileVersion(const std::wstring& sPath, CFileVersion& rVersion);
+    // The version of one of the product's own module files, by the path as it stands.
+    static HRESULT GetTvmFileVersion(const std::wstring& sPath, std::wstring& rsVersion);
+    // True for a file whose version stands in its bytes and not in a resource.
+    static bool IsModuleFile(const std::wstring& sFileName);
+
+    // The values of a key, one line each; and its subkeys with theirs, depth first. sPath is the key's path below
+    // HKEY_LOCAL_MACHINE, where the subkeys are opened.
+    static HRESULT OutputRegSubKeyData(HKEY hKey, CResultLog& rResultLog);
+    static HRESULT OutputRegSubKey(HKEY hKey, const std::wstring& sPath, CResultLog& rResultLog);
+
+    // A folder as text: its files, then its subfolders.
+    static HRESULT OutputFileInfos(const std::wstring& sDirPath, CResultLog& rResultLog);
+    // A folder and all below it as comma-separated rows. The file is made at the first row: no file in the tree, no CSV.
+    static HRESULT OutputVlmFileList(const std::wstring& sDirPath, const std::wstring& sCsvPath);
+
+    // The installed DirectX version as a number (major, minor, letter) and as text ("9.0c"), from the diagnostics or,
+    // where they fail, from the versions of its files.
+    static HRESULT GetDXVersion(DWORD& rdwVersion, std::wstring& rsVersion);
+
+private:
+    static HRESULT GetDirectXVersionViaDxDiag(DWORD& rdwMajor, DWORD& rdwMinor, wchar_t& rcLetter);
+    static HRESULT GetDirectXVerionViaFileVersions(DWORD& rdwMajor, DWORD& rdwMinor, wchar_t& rcLetter);
+};
