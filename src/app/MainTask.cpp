@@ -103,8 +103,8 @@ HRESULT CKelvarinApp::GetLogFilePath(std::wstring& rsLogDirPath, std::wstring& r
 {
     CFunctionLog log;
     return log.Run([&] {
-            log.Check(m_CmdLineParam.GetLogDirPath(rsLogDirPath), L"CCmdLineParam::GetLogDirPath() failed. [0x%08X]");
-            log.Check(m_CmdLineParam.GetResultDirPath(rsResultDirPath), L"CCmdLineParam::GetResultDirPath() failed. [0x%08X]");
+        log.Check(m_CmdLineParam.GetLogDirPath(rsLogDirPath), L"CCmdLineParam::GetLogDirPath() failed. [0x%08X]");
+        log.Check(m_CmdLineParam.GetResultDirPath(rsResultDirPath), L"CCmdLineParam::GetResultDirPath() failed. [0x%08X]");
         rsResultFilePath = JoinPath(rsResultDirPath, L"InstallCheckResult.txt");
     });
 }

@@ -81,6 +81,14 @@ bool CFunctionLog::IsTraceOn()
     return nOn != 0;
 }
 
+bool CFunctionLog::IsTarget(const wchar_t* pSubject, LONG nLevel)
+{
+    if (!IsTraceOn())
+        return false;
+    CLogSystem* const pLogSystem = COpLogUtil::GetLogSystem();
+    return pLogSystem != nullptr && pLogSystem->GetFilter().IsTarget(pSubject, nLevel) == S_OK;
+}
+
 void CFunctionLog::Enter()
 {
     const CLastErrorKeeper keeper;

@@ -204,6 +204,8 @@ public:
 
     // True when the filter has entries; computed once for the process.
     static bool IsTraceOn();
+    // True when the filter lets the pair pass.
+    static bool IsTarget(const wchar_t* pSubject, LONG nLevel);
 
 private:
     template <typename... Args>

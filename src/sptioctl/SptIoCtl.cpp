@@ -1,0 +1,293 @@
+#include "sptioctl/SptIoCtl.h"
+
+#include <ntddscsi.h>
+#include <winioctl.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <vector>
+
+#include "log/FunctionLog.h"
+#include "platform/HResult.h"
+#include "sptioctl/SptIoCtlTrace.h"
+#include "sptioctl/WireRecord.h"
+
+namespace sptioctl
+{
+namespace
+{
+
+constexpr BYTE LastDrive = 25;
+constexpr DWORD PropertyTimeOut = 0;
+constexpr std::size_t SmallData = 512; // the least size of the data area
+
+wchar_t DriveLetter(BYTE nDriveIndex)
+{
+    return static_cast<wchar_t>(L'A' + nDriveIndex);
+}
+
+void CheckDriveIndex(const CFunctionLog& log, BYTE nDriveIndex)
+{
+    if (nDriveIndex > LastDrive)
+        log.Fail(E_INVALIDARG, L"Invalid drive index was specified. DriveIndex:0x%02X", nDriveIndex);
+}
+
+// Header and data area of the buffered form, cleared.
+std::vector<BYTE> MakeBlock(const CFunctionLog& log, DWORD dwDataSize)
+{
+    constexpr DWORD dwLargest = std::numeric_limits<DWORD>::max() - CWireRecord::HeaderSize - 15;
+    if (dwDataSize > dwLargest)
+        log.Throw(E_OUTOFMEMORY);
+    const std::size_t nData = dwDataSize <= SmallData ? SmallData : (dwDataSize + std::size_t{ 15 }) / 16 * 16;
+    try
+    {
+        return std::vector<BYTE>(CWireRecord::HeaderSize + nData);
+    }
+    catch (const std::bad_alloc&)
+    {
+        log.Throw(E_OUTOFMEMORY);
+    }
+    catch (const std::length_error&)
+    {
+        log.Throw(E_OUTOFMEMORY);
+    }
+}
+
+// What came back, as far as the caller's buffer and the block go; the tail of a short read is zero.
+void CopyDataIn(const CCommand& rCommand, const CWireRecord& rRecord)
+{
+    const std::span<BYTE> Target(rCommand.pData, rCommand.dwDataSize);
+    const std::size_t nCopied = std::min<std::size_t>(rRecord.Transferred(), Target.size());
+    std::ranges::fill(Target.subspan(nCopied), BYTE{ 0 });
+    std::copy_n(rRecord.Data().begin(), nCopied, Target.begin());
+}
+
+} // namespace
+
+void CWireRecord::Fill(const CCommand& rCommand, DWORD dwTimeOut, DWORD dwData)
+{
+    m_Bytes[0] = 44;
+    m_Bytes[4] = 1; // target
+    m_Bytes[6] = rCommand.nCdbSize;
+    m_Bytes[7] = SenseSize;
+    m_Bytes[8] = rCommand.nDirection;
+    PutDword(12, rCommand.dwDataSize);
+    PutDword(16, dwTimeOut);
+    PutDword(20, dwData);
+    PutDword(24, SenseOffset);
+    std::copy_n(rCommand.pCdb, rCommand.nCdbSize, m_Bytes.begin() + 28);
+}
+
+HRESULT CSptIoCtl::StdOpenDrive(BYTE nDriveIndex, HANDLE* phDevice)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        CheckDriveIndex(log, nDriveIndex);
+        if (phDevice == nullptr)
+            log.Fail(E_POINTER, L"pHandle == NULL");
+        const std::wstring sPath = FormatText(L"\\\\.\\%c:", DriveLetter(nDriveIndex));
+        const HANDLE hDevice = ::CreateFileW(sPath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                             FILE_FLAG_WRITE_THROUGH, nullptr);
+        if (hDevice == INVALID_HANDLE_VALUE)
+            log.ThrowCode(LastErrorResult(), L"::CreateFile( \"%s\" ) failed. [0x%08X]", sPath);
+        *phDevice = hDevice;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::Open(BYTE nDriveIndex)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        CheckDriveIndex(log, nDriveIndex);
+        if (m_hDevice)
+            log.Fail(E_FAIL, L"A drive (C:) has benn already opened.");
+        HANDLE hDevice = INVALID_HANDLE_VALUE;
+        log.Check(m_pOpenDriveFunc(nDriveIndex, &hDevice), L"m_pOpenDriveFunc( %c: ) failed. [0x%08X]", DriveLetter(nDriveIndex));
+        m_hDevice.Attach(hDevice);
+        m_sDevicePath = FormatText(L"\\\\.\\%c:", DriveLetter(nDriveIndex));
+        m_nDriveIndex = nDriveIndex;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::Close()
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        if (!m_hDevice)
+            log.Fail(E_FAIL, L"Any drive hasn't been opened yet.");
+        m_hDevice.Close();
+        m_sDevicePath.clear();
+        m_nDriveIndex = NoDrive;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::GetDriveIndex(BYTE* pnDriveIndex)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        if (!m_hDevice)
+            log.Fail(E_FAIL, L"Any drive hasn't been opened yet.");
+        if (pnDriveIndex == nullptr)
+            log.Fail(E_POINTER, L"pDriveIndex == NULL");
+        *pnDriveIndex = m_nDriveIndex;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        return SendScsiCommand({ nCdbSize, pCdb, SCSI_IOCTL_DATA_UNSPECIFIED, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        return SendScsiCommandDirect({ nCdbSize, pCdb, SCSI_IOCTL_DATA_UNSPECIFIED, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
+                                                   BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        return SendScsiCommand({ nCdbSize, pCdb, SCSI_IOCTL_DATA_IN, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
+                                                         BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        return SendScsiCommandDirect({ nCdbSize, pCdb, SCSI_IOCTL_DATA_IN, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
+                                                    BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        return SendScsiCommand({ nCdbSize, pCdb, SCSI_IOCTL_DATA_OUT, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
+                                                          BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        return SendScsiCommandDirect({ nCdbSize, pCdb, SCSI_IOCTL_DATA_OUT, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
+    });
+}
+
+void CSptIoCtl::CheckCommand(const CFunctionLog& log, const CCommand& rCommand, bool bDirect) const
+{
+    if (!m_hDevice)
+        log.Fail(E_UNEXPECTED, L"Any drive hasn't been opend yet.");
+    if (rCommand.nCdbSize == 0)
+        log.Fail(E_INVALIDARG, L"CdbSize == 0");
+    if (rCommand.nCdbSize > CWireRecord::MaxCdb && bDirect)
+        log.Fail(E_INVALIDARG, L"CdbSize > sizeof(stdwsd.sptd).");
+    if (rCommand.nCdbSize > CWireRecord::MaxCdb)
+        log.Fail(E_INVALIDARG, L"CdbSize(%d) > 16", rCommand.nCdbSize);
+    if (rCommand.pCdb == nullptr)
+        log.Fail(E_POINTER, L"pCdb == NULL");
+    if (rCommand.dwDataSize > 0 && rCommand.pData == nullptr)
+        log.Fail(E_POINTER, L"pData == NULL");
+    if (rCommand.dwDataSize > 0 && rCommand.pdwTransferred == nullptr)
+        log.Fail(E_POINTER, L"pDataTransferredSize == NULL");
+    if (rCommand.sense.pSenseKey == nullptr)
+        log.Fail(E_POINTER, L"pSenseKey == NULL");
+    if (rCommand.sense.pASC == nullptr)
+        log.Fail(E_POINTER, L"pASC == NULL");
+    if (rCommand.sense.pASCQ == nullptr)
+        log.Fail(E_POINTER, L"pASCQ == NULL");
+}
+
+HRESULT CSptIoCtl::SendScsiCommand(const CCommand& rCommand)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        CheckCommand(log, rCommand, false);
+        std::vector<BYTE> Block = MakeBlock(log, rCommand.dwDataSize);
+        CWireRecord record(Block);
+        record.Fill(rCommand, m_nTimeOut, CWireRecord::DataOffset);
+        if (rCommand.nDirection == SCSI_IOCTL_DATA_OUT)
+            std::copy_n(rCommand.pData, rCommand.dwDataSize, record.Data().begin());
+
+        const auto dwBlock = static_cast<DWORD>(Block.size());
+        DWORD dwReturned = 0;
+        const BOOL bSucceeded = ::DeviceIoControl(m_hDevice.Get(), IOCTL_SCSI_PASS_THROUGH, Block.data(), dwBlock, Block.data(), dwBlock, &dwReturned, nullptr);
+        const DWORD dwError = ::GetLastError();
+        TraceRequest(log, { rCommand, m_sDevicePath, m_nTimeOut }, record, bSucceeded != FALSE, dwError, dwReturned);
+        if (!bSucceeded)
+            log.ThrowCode(HResultFromWin32(dwError),
+                          L"::DeviceIoControl( \"%s\", IOCTL_SCSI_PASS_THROUGH, OPCODE:0x%02X, IO:0x%02X, DATA:%d, TIMEOUT:%d ) failed. [0x%08X]", m_sDevicePath,
+                          rCommand.pCdb[0], rCommand.nDirection, rCommand.dwDataSize, m_nTimeOut);
+        JudgeCommand(log, rCommand, record, false);
+        if (rCommand.nDirection == SCSI_IOCTL_DATA_IN)
+            CopyDataIn(rCommand, record);
+        if (rCommand.pdwTransferred != nullptr)
+            *rCommand.pdwTransferred = record.Transferred();
+    });
+}
+
+HRESULT CSptIoCtl::SendScsiCommandDirect(const CCommand& rCommand)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        CheckCommand(log, rCommand, true);
+        alignas(DWORD) std::array<BYTE, CWireRecord::HeaderSize> aBlock{};
+        CWireRecord record(aBlock);
+        record.Fill(rCommand, m_nTimeOut, static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(rCommand.pData)));
+
+        DWORD dwReturned = 0;
+        const BOOL bSucceeded = ::DeviceIoControl(m_hDevice.Get(), IOCTL_SCSI_PASS_THROUGH_DIRECT, aBlock.data(), aBlock.size(), aBlock.data(), aBlock.size(),
+                                                  &dwReturned, nullptr);
+        const DWORD dwError = ::GetLastError();
+        TraceRequest(log, { rCommand, m_sDevicePath, m_nTimeOut }, record, bSucceeded != FALSE, dwError, dwReturned);
+        if (!bSucceeded)
+            log.ThrowCode(HResultFromWin32(dwError),
+                          L"::DeviceIoControl( \"%s\", IOCTL_SCSI_PASS_THROUGH_DIRECT, OPCODE:0x%02X, IO:0x%02X, DATA:%d, TIMEOUT:%d ) failed. [0x%08X]",
+                          m_sDevicePath, rCommand.pCdb[0], rCommand.nDirection, rCommand.dwDataSize, m_nTimeOut);
+        JudgeCommand(log, rCommand, record, true);
+        if (rCommand.pdwTransferred != nullptr)
+            *rCommand.pdwTransferred = record.Transferred();
+    });
+}
+
+void CSptIoCtl::CheckProperty(const CFunctionLog& log, DWORD dwId) const
+{
+    if (dwId != PropertyTimeOut)
+        log.Throw(E_FAIL, L"This property is not supported. ID:0x%08X", dwId);
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::GetProperty(DWORD dwId, COpdSafeTypeValue& rValue)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        CheckProperty(log, dwId);
+        unsigned nTimeOut = m_nTimeOut;
+        rValue.Set(COpdSafeTypeT<unsigned>(&nTimeOut));
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SetProperty(DWORD dwId, COpdSafeTypeValue& rValue)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        CheckProperty(log, dwId);
+        COpdSafeTypeT<unsigned> timeOut(&m_nTimeOut);
+        rValue.Get(timeOut);
+    });
+}
+
+} // namespace sptioctl
