@@ -5,6 +5,23 @@
 #include "platform/Format.h"
 #include "platform/Text.h"
 
+namespace
+{
+
+// The part that the query names; null where there is none, also when no resource was loaded.
+const void* Part(const std::vector<BYTE>& Data, const wchar_t* pQuery, UINT& rnLength)
+{
+    void* pValue = nullptr;
+    if (Data.empty())
+    {
+        ::SetLastError(ERROR_RESOURCE_DATA_NOT_FOUND);
+        return nullptr;
+    }
+    return ::VerQueryValueW(Data.data(), pQuery, &pValue, &rnLength) ? pValue : nullptr;
+}
+
+} // namespace
+
 DWORD CVersionResource::Load(const std::wstring& sPath)
 {
     DWORD dwIgnored = 0;
@@ -20,9 +37,9 @@ DWORD CVersionResource::Load(const std::wstring& sPath)
 
 std::optional<CVersionResource::CFixed> CVersionResource::Fixed() const
 {
-    void* pValue = nullptr;
     UINT nLength = 0;
-    if (!::VerQueryValueW(m_Data.data(), L"\\", &pValue, &nLength) || pValue == nullptr || nLength < sizeof(VS_FIXEDFILEINFO))
+    const void* const pValue = Part(m_Data, L"\\", nLength);
+    if (pValue == nullptr || nLength < sizeof(VS_FIXEDFILEINFO))
         return std::nullopt;
     const auto* const pInfo = static_cast<const VS_FIXEDFILEINFO*>(pValue);
     return CFixed{ pInfo->dwFileVersionMS, pInfo->dwFileVersionLS };
@@ -30,19 +47,19 @@ std::optional<CVersionResource::CFixed> CVersionResource::Fixed() const
 
 std::optional<CVersionResource::CTranslation> CVersionResource::Translation() const
 {
-    void* pValue = nullptr;
     UINT nLength = 0;
-    if (!::VerQueryValueW(m_Data.data(), L"\\VarFileInfo\\Translation", &pValue, &nLength) || pValue == nullptr || nLength < sizeof(CTranslation))
+    const void* const pValue = Part(m_Data, L"\\VarFileInfo\\Translation", nLength);
+    if (pValue == nullptr || nLength < sizeof(CTranslation))
         return std::nullopt;
     return *static_cast<const CTranslation*>(pValue);
 }
 
 std::optional<std::wstring> CVersionResource::String(CTranslation translation, const wchar_t* pKey) const
 {
-    void* pValue = nullptr;
     UINT nLength = 0;
     const std::wstring sQuery = FormatText(L"\\StringFileInfo\\%04x%04x\\%s", translation.wLanguage, translation.wCodePage, pKey);
-    if (!::VerQueryValueW(m_Data.data(), sQuery.c_str(), &pValue, &nLength) || pValue == nullptr || nLength == 0)
+    const void* const pValue = Part(m_Data, sQuery.c_str(), nLength);
+    if (pValue == nullptr || nLength == 0)
         return std::nullopt;
     // The length counts the terminator, and a damaged resource may count more than it holds.
     const auto nHeld = static_cast<std::size_t>(m_Data.data() + m_Data.size() - static_cast<const BYTE*>(pValue)) / sizeof(wchar_t);

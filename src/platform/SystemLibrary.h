@@ -1,0 +1,25 @@
+// Libraries of the platform that not every system has: bound at run time, and from the system folder only.
+#pragma once
+
+#include <string>
+
+#include "platform/Handle.h"
+#include "platform/Path.h"
+
+// Null when the library is missing; the last error says why.
+[[nodiscard]] inline CModuleHandle LoadSystemLibrary(const wchar_t* pName)
+{
+    wchar_t aDirPath[MAX_PATH] = L"";
+    const UINT nLength = ::GetSystemDirectoryW(aDirPath, MAX_PATH);
+    if (nLength == 0 || nLength >= MAX_PATH)
+        return {};
+    return CModuleHandle(::LoadLibraryExW(JoinPath(aDirPath, pName).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+}
+
+// Stores one function of the library; false when there is none.
+template <typename Function>
+bool BindFunction(const CModuleHandle& hModule, const char* pName, Function*& rpFunction)
+{
+    rpFunction = hModule ? reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(hModule.Get(), pName))) : nullptr;
+    return rpFunction != nullptr;
+}

@@ -1,0 +1,136 @@
+#include "app/ProgressDlg.h"
+
+#include <commctrl.h>
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "platform/Format.h"
+#include "support/TestFolder.h"
+
+namespace
+{
+
+using ::testing::HasSubstr;
+
+constexpr int BarId = 1001; // other programs find the controls by these numbers
+constexpr int TextId = 1002;
+
+std::string TextOf(HWND hWnd)
+{
+    wchar_t aText[512] = L"";
+    ::GetWindowTextW(hWnd, aText, static_cast<int>(std::size(aText)));
+    return Utf8(aText);
+}
+
+void PumpMessages()
+{
+    MSG Message;
+    while (::PeekMessageW(&Message, nullptr, 0, 0, PM_REMOVE))
+        ::DispatchMessageW(&Message);
+}
+
+// What stands in the dialog once the messages so far are handled: "66 text".
+std::string Shown(HWND hDialog)
+{
+    PumpMessages();
+    return std::to_string(::SendDlgItemMessageW(hDialog, BarId, PBM_GETPOS, 0, 0)) + ' ' + TextOf(::GetDlgItem(hDialog, TextId));
+}
+
+std::string State(CProgressDlg& rDialog)
+{
+    return std::to_string(rDialog.GetPercentage()) + ' ' + Utf8(rDialog.GetStatusText());
+}
+
+// A wrong sum or clamp makes the bar run past its end or stand still.
+TEST(ProgressDlg, AddsUpItsClientsWithoutAWindow)
+{
+    CProgressDlg dialog;
+    EXPECT_EQ(State(dialog), "0 ");
+    dialog.UpdateProgress(L"unknown", 5, L"lost");
+    EXPECT_EQ(State(dialog), "0 ");
+    dialog.AddClient(L"empty", 0, L"Nothing to do");
+    dialog.UpdateProgress(L"empty", 5, L"");
+    EXPECT_EQ(State(dialog), "0 Nothing to do");
+
+    dialog.AddClient(L"a", 100, L"A by default");
+    dialog.UpdateProgress(L"a", 1000, L"A");
+    EXPECT_EQ(State(dialog), "100 A");
+    dialog.AddClient(L"b", 50, L"B by default");
+    EXPECT_EQ(State(dialog), "66 A") << "the text waits for the next update, and 66.6 is cut";
+    dialog.UpdateProgress(L"B", 50, L"other case, other client");
+    EXPECT_EQ(State(dialog), "66 A");
+    dialog.UpdateProgress(L"b", 50, L"");
+    EXPECT_EQ(State(dialog), "100 B by default");
+    dialog.AddClient(L"a", 150, L"A anew");
+    EXPECT_EQ(State(dialog), "25 B by default");
+    dialog.UpdateProgress(L"a", 75, L"");
+    EXPECT_EQ(State(dialog), "62 A anew");
+
+    // Sums above 32 bits.
+    dialog.AddClient(L"a", 0xFFFFFFFF, L"");
+    dialog.AddClient(L"b", 0xFFFFFFFF, L"");
+    dialog.UpdateProgress(L"a", 0xFFFFFFFF, L"");
+    EXPECT_EQ(State(dialog), "50 ");
+    dialog.ResetClients();
+    EXPECT_EQ(State(dialog), "0 ");
+}
+
+// Another style, a place off the screen or a live close box shows on the window only, not in its resource.
+TEST(ProgressDlg, StandsCentredWithAGreyCloseBox)
+{
+    CProgressDlg dialog;
+    const HWND hDialog = dialog.Create(nullptr);
+    ASSERT_NE(hDialog, nullptr) << ::GetLastError();
+    EXPECT_EQ(TextOf(hDialog), "Kelvarin");
+    constexpr LONG Style = static_cast<LONG>(WS_POPUP) | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_FIXEDSYS;
+    EXPECT_EQ(::GetWindowLongW(hDialog, GWL_STYLE) & (Style | WS_VISIBLE | WS_MINIMIZEBOX | WS_MAXIMIZEBOX | WS_THICKFRAME), Style);
+    EXPECT_TRUE(::GetMenuState(::GetSystemMenu(hDialog, FALSE), SC_CLOSE, MF_BYCOMMAND) & MF_GRAYED);
+    EXPECT_EQ(::SendDlgItemMessageW(hDialog, BarId, PBM_GETRANGE, FALSE, 0), 100);
+    RECT Frame, Work;
+    ::GetWindowRect(hDialog, &Frame);
+    ::SystemParametersInfoW(SPI_GETWORKAREA, 0, &Work, 0);
+    EXPECT_NEAR(Frame.left + Frame.right, Work.left + Work.right, 2);
+    EXPECT_NEAR(Frame.top + Frame.bottom, Work.top + Work.bottom, 2);
+    dialog.DestroyWindow();
+}
+
+// The worker only posts: the window must follow once its own thread handles the messages, and survive late ones.
+TEST(ProgressDlg, ShowsTheTableWhenItsThreadHandlesTheMessages)
+{
+    CProgressDlg dialog;
+    const HWND hDialog = dialog.Create(nullptr);
+    ASSERT_NE(hDialog, nullptr) << ::GetLastError();
+    EXPECT_EQ(Shown(hDialog), "0 start pending...");
+    dialog.AddClient(L"a", 100, L"A by default");
+    EXPECT_EQ(Shown(hDialog), "0 start pending...") << "a new client posts nothing";
+    dialog.UpdateProgress(L"unknown", 5, L"lost");
+    EXPECT_EQ(Shown(hDialog), "0 ") << "an unknown name posts";
+    dialog.UpdateProgress(L"a", 40, L"%s & C:\\a long path\\that is no format");
+    EXPECT_THAT(Shown(hDialog), HasSubstr("40 %s & C:\\a long path"));
+    dialog.ResetClients();
+    EXPECT_THAT(Shown(hDialog), HasSubstr("0 %s & C:\\a long path"));
+
+    std::vector<std::thread> Threads;
+    for (int n = 0; n < 4; ++n)
+        Threads.emplace_back([&dialog, n] {
+            const std::wstring sName = FormatText(L"client %d", n);
+            dialog.AddClient(sName, 300, L"done");
+            for (UINT32 nPosition = 1; nPosition <= 300; ++nPosition)
+                dialog.UpdateProgress(sName, nPosition, L"");
+        });
+    for (std::thread& rThread : Threads)
+        rThread.join();
+    EXPECT_EQ(Shown(hDialog), "100 done");
+
+    ::SendMessageW(hDialog, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(::IsWindow(hDialog));
+    dialog.DestroyWindow();
+    EXPECT_FALSE(::IsWindow(hDialog));
+    dialog.UpdateProgress(L"client 0", 150, L"late");
+    dialog.DestroyWindow();
+    EXPECT_EQ(State(dialog), "87 late");
+}
+
+} // namespace

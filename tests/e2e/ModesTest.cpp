@@ -1,0 +1,122 @@
+// The twelve collector modes, and the logs that all processes of a run share.
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <regex>
+
+#include <gmock/gmock.h>
+
+#include "e2e/Program.h"
+#include "platform/Format.h"
+
+namespace
+{
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+// What every mode ends with as long as there are no collectors.
+constexpr HRESULT CollectorResult = E_NOTIMPL;
+
+struct CMode
+{
+    const wchar_t* pSwitch;
+    const char* pWord;
+    const char* pMethod;
+} const Modes[] = {
+    { L"-collect:velmora", "collect: velmora", "CollectVlmInfo" },
+    { L"-collect:system", "collect: system", "CollectSystemInfo" },
+    { L"-collect:registry", "collect: registry", "CollectRegistryInfo" },
+    { L"-collect:application", "collect: application", "CollectApplicationInfo" },
+    { L"-collect:installer", "collect: installer", "CollectInstallerInfo" },
+    { L"-collect:hardware", "collect: hardware", "CollectHardwareInfo" },
+    { L"-collect:driver", "collect: driver", "CollectDriverInfo" },
+    { L"-collect:license", "collect: license", "CollectLicenseFile" },
+    { L"-collect:log", "collect: log", "CollectLogFile" },
+    { L"-collect:asio", "collect: ASIO", "CollectAsioInfo" },
+    { L"-create:backup", "create: backup", "CrateBackupImage" },
+    { L"/create:hwinfo", "create: hwinfo", "CreateHwinfo" },
+};
+
+// A child's parent reads its exit code, and the support desk its log: a switch must lead to the mode that it names.
+TEST(Mode, TellsItsStartItsEndAndItsResult)
+{
+    for (const CMode& rMode : Modes)
+    {
+        SCOPED_TRACE(rMode.pWord);
+        const CInstallation installation;
+        const CRunReport Report = installation.Run(rMode.pSwitch);
+        EXPECT_EQ(Report.dwExitCode, static_cast<DWORD>(CollectorResult));
+        EXPECT_FALSE(Report.bWindowShown);
+        const std::string sWord = std::string(" *** ") + rMode.pWord + " ***";
+        std::vector<std::string> Expected{ "CoCreateInstance(VlmSxs) failed: 0x80040154", "=>" + sWord, "<=" + sWord };
+        const std::string sMethod = std::string("CKelvarinApp::") + rMode.pMethod;
+        if (FAILED(CollectorResult))
+        {
+            Expected.push_back(Utf8(FormatText(L"%hs() failed. [0x%08X]", sMethod.c_str(), CollectorResult)));
+            EXPECT_THAT(installation.Messages(sMethod), Not(IsEmpty()));
+        }
+        EXPECT_EQ(installation.Messages("CKelvarinApp::Main"), Expected);
+    }
+}
+
+// Lines of parent and children would mix, or one of them would not introduce itself.
+TEST(ErrorLog, HoldsWholeLinesAndOneBannerForEachOfEightProcesses)
+{
+    std::string sManifest = "<installchecker><file-infos><directory name='C:\\no such folder'>";
+    for (int n = 0; n < 200; ++n)
+        sManifest += "<file name='gone'/>";
+    const CInstallation installation(sManifest + "</directory></file-infos></installchecker>");
+    std::vector<std::unique_ptr<CProgramRun>> Runs;
+    Runs.push_back(std::make_unique<CProgramRun>(installation.CommandLine(L"-s")));
+    for (int n = 0; n < 7; ++n)
+        Runs.push_back(std::make_unique<CProgramRun>(installation.CommandLine(Modes[n].pSwitch)));
+    for (const auto& pRun : Runs)
+        pRun->Watch(60000);
+
+    std::map<DWORD, std::vector<std::string>> ByProcess;
+    for (const CLogLine& rLine : installation.LogLines()) // throws at a torn line
+        ByProcess[rLine.dwProcessId].push_back(rLine.sText);
+    EXPECT_EQ(ByProcess.size(), Runs.size());
+    const std::string sDashes(79, '-');
+    for (const auto& pRun : Runs)
+    {
+        std::vector<std::string>& rLines = ByProcess[pRun->Id()];
+        ASSERT_GT(rLines.size(), 5u);
+        EXPECT_EQ(std::vector(rLines.begin(), rLines.begin() + 3), (std::vector{ sDashes, Utf8(installation.Folder() / L"Kelvarin.exe"), sDashes }));
+        EXPECT_EQ(std::ranges::count(rLines, sDashes), 2);
+        EXPECT_THAT(rLines.back(), HasSubstr("CKelvarinApp::"));
+    }
+    EXPECT_EQ(std::ranges::count(ByProcess[Runs[0]->Id()], "[CFileInfoChecker::CheckFileInfo] Failed: File is not found.\"C:\\no such folder\\gone\""), 200);
+}
+
+// Without its trace nobody finds out what the program did on a customer's PC.
+TEST(Trace, ShowsTheScopesOfTheClassThatTheFilterNames)
+{
+    const CInstallation installation("<installchecker><file-infos><directory name='C:\\windows'><file name='gone'/></directory></file-infos></installchecker>");
+    const std::wstring sTrace = installation.Folder() / L"trace";
+    installation.Folder().Write(L"Kelvarin.log.xml",
+        "<log><FACTORY name='IOutputLogSystemFactory' class='opLogSys::File::COutputLogSystemFactory' autoflush='true' location='" + Utf8(sTrace) +
+        "'/><FILTERLIST><FILTER subject='CFileInfoChecker' minLevel='0' maxLevel='10'/></FILTERLIST></log>");
+    EXPECT_EQ(installation.Run(L"-s").dwExitCode, 0u);
+
+    std::vector<std::string> Scopes;
+    for (const auto& rEntry : std::filesystem::directory_iterator(sTrace))
+    {
+        EXPECT_TRUE(std::regex_match(rEntry.path().filename().string(), std::regex(R"(Kelvarin-\d{4}-\d\d-\d\d \[\d\d-\d\d-\d\d\]\.log)")));
+        for (const std::string& rLine : ReadLines(rEntry.path().wstring()))
+        {
+            static const std::regex Scope(R"(\[[0-9A-F]{8}\]\[\d{4}/\d\d/\d\d\(\d\d:\d\d:\d\d\.\d{3}\)\]\S* (\w+::\w+\(\)(?: : return .*)?))");
+            if (std::smatch Match; std::regex_match(rLine, Match, Scope))
+                Scopes.push_back(Match[1]);
+        }
+    }
+    EXPECT_THAT(Scopes, ElementsAre("CFileInfoChecker::CheckFileInfos()", "CFileInfoChecker::CheckFileInfo()",
+                                    "CFileInfoChecker::CheckFileInfo() : return 0x80004005 [-2147467259]",
+                                    "CFileInfoChecker::CheckFileInfos() : return 0x00000000 [0]"));
+}
+
+} // namespace

@@ -1,1 +1,0 @@
-#include <gmock/gmock.h>

@@ -1,0 +1,57 @@
+#include <gmock/gmock.h>
+
+#include "platform/RegKey.h"
+#include "support/ScratchKey.h"
+#include "support/TestFolder.h"
+
+namespace
+{
+
+// Registry data is whatever was written: reading behind an unterminated text would print foreign memory.
+TEST(RegKey, TrustsNoData)
+{
+    using namespace std::string_literals;
+    const CScratchKey key(L"KelvarinRegKeyTest");
+    const struct
+    {
+        const char* pWhat;
+        DWORD dwType;
+        std::string sBytes;
+        DWORD dwStatus;
+        const wchar_t* pText;
+    } aCases[] = {
+        { "plain", REG_SZ, "a\0b\0\0\0"s, ERROR_SUCCESS, L"ab" },
+        { "not expanded", REG_EXPAND_SZ, "%\0a\0%\0\0\0"s, ERROR_SUCCESS, L"%a%" },
+        { "nothing behind the first zero", REG_SZ, "a\0\0\0b\0\0\0"s, ERROR_SUCCESS, L"a" },
+        { "no data", REG_SZ, "", ERROR_SUCCESS, L"" },
+        { "unterminated", REG_SZ, "a\0b\0"s, ERROR_INVALID_DATA, L"old" },
+        { "half a character", REG_SZ, "a"s, ERROR_INVALID_DATA, L"old" },
+        { "odd, half a zero", REG_SZ, "a\0b\0\0"s, ERROR_INVALID_DATA, L"old" },
+        { "number", REG_DWORD, "a\0\0\0"s, ERROR_INVALID_DATA, L"old" },
+        { "list", REG_MULTI_SZ, "a\0\0\0\0\0"s, ERROR_INVALID_DATA, L"old" },
+        { "one too long", REG_SZ, "a\0b\0c\0d\0\0\0"s, ERROR_MORE_DATA, L"old" },
+    };
+    CRegKey reg;
+    ASSERT_EQ(reg.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\KelvarinRegKeyTest", KEY_READ), ERROR_SUCCESS);
+    for (const auto& rCase : aCases)
+    {
+        // A zero behind the text would be stored with it, uncounted.
+        const std::string sStored = rCase.sBytes + "zzzz";
+        key.Set(L"v", rCase.dwType, { reinterpret_cast<const BYTE*>(sStored.data()), rCase.sBytes.size() });
+        std::wstring sText = L"old";
+        EXPECT_EQ(reg.QueryStringValue(L"v", sText, 4), rCase.dwStatus) << rCase.pWhat;
+        EXPECT_EQ(Utf8(sText), Utf8(rCase.pText)) << rCase.pWhat;
+    }
+
+    DWORD dwValue = 9;
+    key.Set(L"short", REG_DWORD, std::array<BYTE, 2>{ 1, 1 });
+    key.Set(L"bytes", REG_BINARY, std::array<BYTE, 4>{ 1, 1, 1, 1 });
+    key.SetText(L"text", L"1");
+    EXPECT_EQ(reg.QueryDwordValue(L"short", dwValue), ERROR_INVALID_DATA);
+    EXPECT_EQ(reg.QueryDwordValue(L"bytes", dwValue), ERROR_INVALID_DATA);
+    EXPECT_EQ(reg.QueryDwordValue(L"text", dwValue), ERROR_INVALID_DATA);
+    EXPECT_EQ(reg.QueryDwordValue(L"none", dwValue), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(dwValue, 9u);
+}
+
+} // namespace
