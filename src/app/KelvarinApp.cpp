@@ -3,15 +3,8 @@
 #include "log/FunctionLog.h"
 #include "platform/ObjectRef.h"
 
-namespace
-{
-
-// Built before wWinMain, whoever asks first.
-[[maybe_unused]] CKelvarinApp& s_rApp = CKelvarinApp::GetApp();
-
-// The installed product's side-by-side helper; only this one method is called.
-constexpr CLSID ClsidVlmSxs{ 0x3F662B8C, 0xEFA9, 0x49E4, { 0xA3, 0x53, 0x8F, 0x57, 0xBE, 0x3C, 0xCC, 0x61 } };
-constexpr IID IidVlmSxs{ 0x3ABBB21C, 0xD223, 0x4B25, { 0x8B, 0xDF, 0x3F, 0xFB, 0x76, 0xFB, 0x58, 0x23 } };
+// The side-by-side helper of the installed product; only this one method is called. Not in the unnamed namespace: there
+// the compiler sees that nobody implements the interface and drops the call.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor" // as every COM interface
 struct IVlmSxs : IUnknown
@@ -19,6 +12,15 @@ struct IVlmSxs : IUnknown
     virtual HRESULT STDMETHODCALLTYPE enableKB843524Hack(INT32 nEnable) = 0;
 };
 #pragma GCC diagnostic pop
+
+namespace
+{
+
+// Built before wWinMain, whoever asks first.
+[[maybe_unused]] CKelvarinApp& s_rApp = CKelvarinApp::GetApp();
+
+constexpr CLSID ClsidVlmSxs{ 0x3F662B8C, 0xEFA9, 0x49E4, { 0xA3, 0x53, 0x8F, 0x57, 0xBE, 0x3C, 0xCC, 0x61 } };
+constexpr IID IidVlmSxs{ 0x3ABBB21C, 0xD223, 0x4B25, { 0x8B, 0xDF, 0x3F, 0xFB, 0x76, 0xFB, 0x58, 0x23 } };
 
 } // namespace
 

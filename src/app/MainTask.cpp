@@ -2,6 +2,7 @@
 #include "app/KelvarinApp.h"
 
 #include "check/InstallCheckManager.h"
+#include "collect/CollectInfoManager.h"
 #include "config/ConfigFile.h"
 #include "log/FunctionLog.h"
 #include "log/ResultLog.h"
@@ -91,6 +92,9 @@ void CKelvarinApp::RunWorker(const CFunctionLog& log)
     log.Check(config.Load(sConfigPath), L"CConfigFile::Load( \"%s\" ) failed. [0x%08X]", sConfigPath);
 
     m_ProgressDlg.UpdateProgress(m_sClientName, 10, L"Collecting information...");
+    CCollectInfoManager collection;
+    log.Check(collection.CollectPcInformation(m_CmdLineParam.m_bSilent, config, sModulePath, sLogDirPath, sResultDirPath),
+              L"CCollectInfoManager::CollectPcInformation() failed. [0x%08X]");
     CInstallCheckManager manager(config, resultLog, sLogDirPath);
     log.Check(manager.CheckInstallationStatus(&m_nFailedCount), L"CInstallCheckManager::CheckInstallationStatus() failed. [0x%08X]");
 

@@ -166,6 +166,7 @@ HRESULT CCollectorUtil::GetDirectXVerionViaFileVersions(DWORD& rdwMajor, DWORD& 
 {
     CFunctionLog log;
     return log.Run([&] {
+        const COpdComInit com;
         CSystemFiles files(SystemDirPath(log));
         rdwMajor = rdwMinor = 0;
         rcLetter = NoLetter;

@@ -2,11 +2,11 @@
 #include "collect/CollectorUtil.h"
 #include "collect/FileVersions.h"
 #include "collect/FolderWalk.h"
+#include "collect/ListedTime.h"
 #include "log/FunctionLog.h"
 #include "log/ResultLog.h"
 #include "opdutility/OpdFileHelper.h"
 #include "opdutility/OpdLogFile.h"
-#include "platform/LocalTime.h"
 #include "platform/Path.h"
 
 namespace
@@ -16,16 +16,6 @@ constexpr const wchar_t* CsvHeader =
     L"\"FileName\",\"FileVersion\",\"FileDescription\",\"Comments\",\"ProductName\",\"ProductVersion\",\"CompanyName\",\"LegalCopyright\","
     L"\"LegalTrademarks\",\"PrivateBuild\",\"SpecialBuild\",\"InternalName\",\"OriginalFilename\",\"CreationTime\",\"LastAccessTime\","
     L"\"LastWriteTime\",\"FileSize\",\"FileVersion\",\"FileAttributes\",\"FilePath\",";
-
-// A time that means no date is shown as the zero time, and that as zeros where even it means none.
-std::wstring ListedTime(const FILETIME& rTime)
-{
-    auto Time = LocalTimeOf(rTime);
-    if (!Time)
-        Time = LocalTimeOf(FILETIME{});
-    const SYSTEMTIME Shown = Time.value_or(SYSTEMTIME{});
-    return FormatText(L"%02d/%02d/%02d,%02d:%02d:%02d", Shown.wYear, Shown.wMonth, Shown.wDay, Shown.wHour, Shown.wMinute, Shown.wSecond);
-}
 
 // The version that a listing shows; a failure leaves it empty.
 std::wstring ModuleVersion(const CFileEntry& rFile)
@@ -120,7 +110,11 @@ private:
         ULONGLONG ullSize = 0;
         const HRESULT hr = COpdFileHelper::GetFileInfo(rFile.sPath, sCreation, sAccess, sWrite, ullSize);
         if (FAILED(hr))
+        {
+            // One of the three may be no date.
+            sCreation = sAccess = sWrite = std::wstring();
             m_log.Warning(L"COpdFileHelper::GetFileInfo( \"%s\" ) failed. [0x%08X]", rFile.sPath, hr);
+        }
         const CFileVersions versions(rFile.sPath);
         const std::wstring sVersion = CCollectorUtil::IsModuleFile(rFile.sName) ? ModuleVersion(rFile) : ResourceVersion(versions);
         const std::wstring sProperties = PropertyColumns(versions);
@@ -156,18 +150,29 @@ private:
     CFolderTrail m_Trail;
 };
 
+// Joined with a pattern, an empty path would list the current folder.
+void RequireDirPath(const CFunctionLog& log, const std::wstring& sDirPath)
+{
+    if (sDirPath.empty())
+        log.Fail(E_INVALIDARG, L"sDirPath == empty");
+}
+
 } // namespace
 
 HRESULT CCollectorUtil::OutputFileInfos(const std::wstring& sDirPath, CResultLog& rResultLog)
 {
     CFunctionLog log;
-    return log.Run([&] { CTextListing(log, rResultLog).List(sDirPath); });
+    return log.Run([&] {
+        RequireDirPath(log, sDirPath);
+        CTextListing(log, rResultLog).List(sDirPath);
+    });
 }
 
 HRESULT CCollectorUtil::OutputVlmFileList(const std::wstring& sDirPath, const std::wstring& sCsvPath)
 {
     CFunctionLog log;
     return log.Run([&] {
+        RequireDirPath(log, sDirPath);
         CFunctionLog walkLog("CCollectorUtil::_OutputVlmFileList");
         const HRESULT hr = walkLog.Run([&] { CCsvListing(walkLog, sCsvPath).List(sDirPath); });
         log.Check(hr, L"CCollectorUtil::_OutputVlmFileList( \"%s\" ) failed. [0x%08X]", sDirPath);

@@ -16,7 +16,8 @@ bool CFolderTrail::Enter(const std::wstring& sDirPath)
     if (hDir && ::GetFileInformationByHandle(hDir.Get(), &Info))
     {
         Identity = { Info.dwVolumeSerialNumber, Info.nFileIndexHigh, Info.nFileIndexLow };
-        if (std::ranges::find(m_Trail, Identity) != m_Trail.end())
+        // Some file systems give every folder the number 0.
+        if ((Identity.dwIndexHigh != 0 || Identity.dwIndexLow != 0) && std::ranges::find(m_Trail, Identity) != m_Trail.end())
             return false;
     }
     m_Trail.push_back(Identity);

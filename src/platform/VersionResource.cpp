@@ -26,9 +26,9 @@ DWORD CVersionResource::Load(const std::wstring& sPath)
 {
     DWORD dwIgnored = 0;
     m_Data.clear();
-    const DWORD dwSize = ::GetFileVersionInfoSizeW(sPath.c_str(), &dwIgnored);
-    m_Data.resize(dwSize);
-    if (dwSize != 0 && ::GetFileVersionInfoW(sPath.c_str(), 0, dwSize, m_Data.data()))
+    m_dwSize = ::GetFileVersionInfoSizeW(sPath.c_str(), &dwIgnored);
+    m_Data.resize(m_dwSize);
+    if (m_dwSize != 0 && ::GetFileVersionInfoW(sPath.c_str(), 0, m_dwSize, m_Data.data()))
         return ERROR_SUCCESS;
     const DWORD dwError = ::GetLastError();
     m_Data.clear();

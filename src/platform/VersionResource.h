@@ -23,10 +23,10 @@ public:
     };
 
     // Reads the resource. Answers ERROR_SUCCESS or the last error of the call that failed; a file without the
-    // resource is a failure (HasResource is false then).
+    // resource is a failure (Size is 0 then).
     [[nodiscard]] DWORD Load(const std::wstring& sPath);
-    bool HasResource() const { return !m_Data.empty(); }
-    DWORD Size() const { return static_cast<DWORD>(m_Data.size()); }
+    // The size that the platform told, also when the reading failed afterwards; 0: there is no resource.
+    DWORD Size() const { return m_dwSize; }
 
     // The last error says why there is none.
     [[nodiscard]] std::optional<CFixed> Fixed() const;
@@ -39,6 +39,7 @@ public:
     [[nodiscard]] std::wstring FileVersionText() const;
 
 private:
+    DWORD m_dwSize = 0;
     std::vector<BYTE> m_Data;
 };
 

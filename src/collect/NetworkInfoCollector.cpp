@@ -1,0 +1,113 @@
+// The run of the collector, and the adapters with their addresses.
+#include <winsock2.h>
+
+#include "collect/NetworkInfoCollector.h"
+
+#include <iphlpapi.h>
+
+#include "collect/StepResult.h"
+#include "opdutility/OpdFileHelper.h"
+#include "platform/Path.h"
+#include "platform/SizedRead.h"
+#include "platform/WideText.h"
+
+namespace
+{
+
+// dwAddress as the tables have it, its first byte in front. The sockets' own conversion wants them started first.
+std::wstring AddressText(DWORD dwAddress)
+{
+    return FormatText(L"%u.%u.%u.%u", dwAddress & 0xFF, dwAddress >> 8 & 0xFF, dwAddress >> 16 & 0xFF, dwAddress >> 24);
+}
+
+std::wstring AddressOf(std::span<const MIB_IPADDRROW> Addresses, DWORD dwIndex)
+{
+    const auto itRow = std::ranges::find(Addresses, dwIndex, &MIB_IPADDRROW::dwIndex);
+    return AddressText(itRow != Addresses.end() ? itRow->dwAddr : 0);
+}
+
+// Empty for an adapter that tells nothing.
+std::wstring DescriptionOf(DWORD dwIndex)
+{
+    MIB_IFROW Row{};
+    Row.dwIndex = dwIndex;
+    ::GetIfEntry(&Row);
+    const std::basic_string<UCHAR> sBytes = FieldText(Row.bDescr);
+    return ToWide({ reinterpret_cast<const char*>(sBytes.data()), sBytes.size() });
+}
+
+} // namespace
+
+HRESULT CNetworkInfoCollector::Collect(const std::wstring& sOutDirPath)
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        if (sOutDirPath.empty())
+            log.Fail(E_INVALIDARG, L"sOutDirPath == empty");
+        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath), L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]",
+                  sOutDirPath);
+        const std::wstring sReport = JoinPath(sOutDirPath, L"NetworkInfo.txt");
+        log.Check(m_ResultLog.Open(sReport, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sReport);
+        Separate();
+        Tolerate(log, collectIpAddress(), L"collectIpAddress() failed. [0x%08X]");
+        Separate();
+        Tolerate(log, collectWlanInfo(), L"collectWlanInfo() failed. [0x%08X]");
+        Separate();
+        Tolerate(log, collectFirewallInfo(), L"collectFirewallInfo() failed. [0x%08X]");
+    });
+}
+
+void CNetworkInfoCollector::Separate()
+{
+    m_ResultLog.WriteLine(L"________________________________________________");
+}
+
+HRESULT CNetworkInfoCollector::collectIpAddress()
+{
+    CFunctionLog log;
+    return log.Run([&] {
+        m_ResultLog.WriteLine(L"* Network Adaptor Info");
+
+        const auto GetAddresses = [](BYTE* pBuffer, DWORD& rdwSize) {
+            return ::GetIpAddrTable(reinterpret_cast<MIB_IPADDRTABLE*>(pBuffer), &rdwSize, FALSE);
+        };
+        CSizedRead addresses(ERROR_INSUFFICIENT_BUFFER);
+        DWORD dwStatus = addresses.AskSize(GetAddresses);
+        if (dwStatus != ERROR_INSUFFICIENT_BUFFER || !addresses.Allocate())
+            ThrowWin32(log, dwStatus, L"GetIpAddrTable(NULL) failed. [%d]");
+        dwStatus = addresses.Read(GetAddresses);
+        if (dwStatus != NO_ERROR)
+            ThrowWin32(log, dwStatus, L"GetIpAddrTable() failed. [%d]");
+
+        const auto GetInterfaces = [](BYTE* pBuffer, DWORD& rdwSize) {
+            return ::GetInterfaceInfo(reinterpret_cast<IP_INTERFACE_INFO*>(pBuffer), &rdwSize);
+        };
+        CSizedRead interfaces(ERROR_INSUFFICIENT_BUFFER);
+        dwStatus = interfaces.AskSize(GetInterfaces);
+        if (dwStatus != ERROR_INSUFFICIENT_BUFFER || !interfaces.Allocate())
+            ThrowWin32(log, dwStatus, L"GetInterfaceInfo(NULL) failed. [%d]");
+        dwStatus = interfaces.Read(GetInterfaces);
+        if (dwStatus != NO_ERROR)
+            ThrowWin32(log, dwStatus, L"GetInterfaceInfo() failed. [%d]");
+
+        const auto Addresses = addresses.Rows<MIB_IPADDRROW>(offsetof(MIB_IPADDRTABLE, table), addresses.Count());
+        const auto Adapters = interfaces.Rows<IP_ADAPTER_INDEX_MAP>(offsetof(IP_INTERFACE_INFO, Adapter), interfaces.Count());
+        m_ResultLog.WriteLine(L"** Network device count is %d", Adapters.size());
+        for (const IP_ADAPTER_INDEX_MAP& rAdapter : Adapters)
+        {
+            m_ResultLog.WriteLine(L"- %ls", DescriptionOf(rAdapter.Index));
+            m_ResultLog.WriteLine(L"-- AdapterName : %ls", FieldText(rAdapter.Name));
+            m_ResultLog.WriteLine(L"-- IP Address  : %ls", AddressOf(Addresses, rAdapter.Index));
+        }
+    });
+}
+
+std::wstring CNetworkInfoCollector::stringFromGuid(const GUID& rGuid)
+{
+    CFunctionLog log;
+    wchar_t aText[260] = L"";
+    const int nLength = ::StringFromGUID2(rGuid, aText, static_cast<int>(std::size(aText)));
+    if (nLength == 0)
+        log.Warning(L"* StringFromGUID2() failed ret = %d", nLength);
+    return aText;
+}
