@@ -14,6 +14,7 @@
 #include "collect/SystemInfoCollector.h"
 #include "collect/UniqueInfo.h"
 #include "collect/VlmInfoCollector.h"
+#include "hardware/HardwareInfoCollector.h"
 #include "log/FunctionLog.h"
 #include "platform/ComInit.h"
 #include "platform/Path.h"
@@ -109,8 +110,7 @@ HRESULT CKelvarinApp::CollectInstallerInfo(const CCmdLineParam& rParam)
 HRESULT CKelvarinApp::CollectHardwareInfo(const CCmdLineParam& rParam)
 {
     CFunctionLog log;
-    // This collector is not part of the program yet.
-    return RunFolderFrame(log, rParam, L"CHardwareInfoCollector::Collect", [](const std::wstring&) { return E_NOTIMPL; });
+    return RunFolderFrame(log, rParam, L"CHardwareInfoCollector::Collect", [](const std::wstring& sOut) { return CHardwareInfoCollector().Collect(sOut); });
 }
 
 HRESULT CKelvarinApp::CollectDriverInfo(const CCmdLineParam& rParam)

@@ -31,7 +31,7 @@ struct CMode
     { L"-collect:registry", "collect: registry", "CollectRegistryInfo", S_OK },
     { L"-collect:application", "collect: application", "CollectApplicationInfo", S_OK },
     { L"-collect:installer", "collect: installer", "CollectInstallerInfo", S_OK },
-    { L"-collect:hardware", "collect: hardware", "CollectHardwareInfo", E_NOTIMPL },
+    { L"-collect:hardware", "collect: hardware", "CollectHardwareInfo", S_OK },
     { L"-collect:driver", "collect: driver", "CollectDriverInfo", E_FAIL },            // Wine has no such folder
     { L"-collect:license", "collect: license", "CollectLicenseFile", E_INVALIDARG },   // no repository
     { L"-collect:log", "collect: log", "CollectLogFile", S_OK },

@@ -1,0 +1,103 @@
+#include <gmock/gmock.h>
+
+#include <random>
+
+#include "hardware/UsbDescriptors.h"
+#include "hardware/UsbVendorTable.h"
+#include "support/TestFolder.h"
+
+namespace
+{
+
+using ::testing::ElementsAre;
+
+using CBytes = std::vector<BYTE>;
+
+// "9/2 9/4": length and type of each record; a walk that could not go on ends with an exclamation mark.
+std::string Walked(CUsbBytes Configuration, std::size_t nMost = 1000)
+{
+    std::string sRecords;
+    const bool bWhole = WalkUsbDescriptors(Configuration, [&](CUsbBytes Record) {
+        sRecords += std::to_string(Record.size()) + '/' + std::to_string(Record[1]) + ' ';
+        return --nMost > 0;
+    });
+    return sRecords + (bWhole ? "" : "!");
+}
+
+// A length of nought once hung such walks, and one past the end read foreign memory.
+TEST(UsbDescriptors, AreWalkedWithinTheirEnd)
+{
+    EXPECT_EQ(Walked(CBytes{ 3, 2, 0, 4, 5, 0, 0, 3, 4, 0 }), "3/2 4/5 3/4 ");
+    EXPECT_EQ(Walked(CBytes{ 3, 2, 0, 4, 5, 0, 0, 3, 4, 0 }, 2), "3/2 4/5 ");
+    EXPECT_EQ(Walked(CBytes{ 3, 2, 0, 0, 5, 0 }), "3/2 !");
+    EXPECT_EQ(Walked(CBytes{ 3, 2, 0, 1, 5, 0 }), "3/2 !");
+    EXPECT_EQ(Walked(CBytes{ 3, 2, 0, 2, 5, 3, 4, 0 }), "3/2 2/5 3/4 ");
+    EXPECT_EQ(Walked(CBytes{ 3, 2, 0, 2, 5 }), "3/2 "); // two bytes at the end are none any more
+    EXPECT_EQ(Walked(CBytes{ 3, 2, 0, 255, 5, 0 }), "3/2 ");
+    EXPECT_EQ(Walked(CBytes{ 3, 2, 0, 4, 5, 0 }), "3/2 ");
+    for (std::size_t n = 0; n < 3; ++n)
+        EXPECT_EQ(Walked(CBytes(n)), "");
+}
+
+TEST(UsbDescriptors, GiveTextsLanguagesAndHidEntries)
+{
+    EXPECT_EQ(UsbStringText(CBytes{ 8, 3, 'A', 0, 0xE4, 0, 0x42, 0x30 }), L"A\u00E4\u3042");
+    EXPECT_EQ(UsbStringText(CBytes{ 8, 3, 'A', 0, 0, 0, 'B', 0 }), L"A");
+    EXPECT_EQ(UsbStringText(CBytes{ 5, 3, 'A', 0, 'B' }), L"A");
+    EXPECT_EQ(UsbStringText(CBytes{ 2, 3 }), L"");
+    EXPECT_THAT(UsbLanguages(CBytes{ 6, 3, 9, 4, 7, 4 }), ElementsAre(0x409, 0x407));
+    EXPECT_THAT(UsbLanguages(CBytes{ 2, 3 }), ElementsAre());
+    EXPECT_EQ(UsbHidEntries(CBytes{ 12, 33, 0x10, 1, 0, 2, 0x22, 0x41, 1, 0x23, 5, 0 }).at(1).wLength, 5);
+    EXPECT_EQ(UsbHidEntries(CBytes{ 12, 33, 0x10, 1, 0, 255, 0x22, 0x41, 1, 0x23, 5, 0 }).size(), 2u);
+    EXPECT_EQ(UsbHidEntries(CBytes{ 12, 33, 0x10, 1, 0, 1, 0x22, 0x41, 1, 0x23, 5, 0 }).size(), 1u);
+    EXPECT_EQ(UsbHidEntries(CBytes{ 11, 33, 0x10, 1, 0, 2, 0x22, 0x41, 1, 0x23, 5 }).size(), 1u);
+    EXPECT_EQ(UsbHidEntries(CBytes{ 5, 33, 0, 0, 0 }).size(), 0u);
+    EXPECT_EQ(UsbWord(CBytes{ 1, 2, 3 }, 1), 0x302);
+    EXPECT_EQ(UsbWord(CBytes{ 1, 2, 3 }, 2), 0);
+    EXPECT_EQ(UsbWord(CBytes{}, 0xFFFFFFFF), 0);
+}
+
+// Every parser on garbage of all lengths, in a block that ends where a foreign page begins.
+TEST(UsbDescriptors, StandGarbage)
+{
+    SYSTEM_INFO System;
+    ::GetSystemInfo(&System);
+    const DWORD dwPage = System.dwPageSize;
+    auto* const pPages = static_cast<BYTE*>(::VirtualAlloc(nullptr, 2 * dwPage, MEM_RESERVE, PAGE_NOACCESS));
+    ASSERT_NE(::VirtualAlloc(pPages, dwPage, MEM_COMMIT, PAGE_READWRITE), nullptr);
+    std::mt19937 random(6);
+    std::size_t nRecords = 0;
+    for (int nRound = 0; nRound < 20000; ++nRound)
+    {
+        const std::size_t nSize = random() % 300;
+        const std::span<BYTE> Bytes(pPages + dwPage - nSize, nSize);
+        const BYTE nLargest = nRound % 3 == 0 ? 255 : 12;
+        std::ranges::generate(Bytes, [&] { return static_cast<BYTE>(random() % (nLargest + 1u)); });
+        std::size_t nWalked = 0;
+        WalkUsbDescriptors(Bytes, [&](CUsbBytes Record) {
+            nWalked += Record.size();
+            nRecords += UsbHidEntries(Record).size() <= (Record.size() + 2) / 3;
+            EXPECT_EQ(Record.data() + Record.size(), Bytes.data() + nWalked);
+            return true;
+        });
+        EXPECT_LE(nWalked, nSize);
+        EXPECT_LE(UsbStringText(Bytes).size(), nSize / 2);
+        EXPECT_EQ(UsbLanguages(Bytes).size(), nSize < 2 ? 0 : nSize / 2 - 1);
+        EXPECT_EQ(UsbWord(Bytes, nSize - std::min<std::size_t>(nSize, 1)), 0); // half of it outside
+    }
+    EXPECT_GT(nRecords, 20000u); // the garbage is not so bad that nothing gets through
+    ::VirtualFree(pPages, 0, MEM_RELEASE);
+}
+
+// The first and the last row, and what lies between two.
+TEST(UsbVendorTable, NamesMakers)
+{
+    const std::pair<WORD, const char*> aCases[] = {
+        { 0, "" },           { 0x0001, "Fry's Electronics" }, { 0x046D, "Logitech, Inc." }, { 0x0005, "" },
+        { 0x08DE, "???" },   { 0x8087, "Intel Corp." },       { 0xFFFF, "" },
+    };
+    for (const auto& [wVendor, pName] : aCases)
+        EXPECT_EQ(Utf8(UsbVendorName(wVendor)), pName) << wVendor;
+}
+
+} // namespace

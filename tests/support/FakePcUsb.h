@@ -1,0 +1,58 @@
+// The USB side of a described PC: controllers, hubs and the devices on their ports, and the disks in them. The
+// description is a text file; a test may change what it says before or between requests.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "support/FakePcDevices.h"
+#include "support/FakePcIo.h"
+
+// A port with what is plugged into it; status 0: nothing.
+struct CFakeUsbPort
+{
+    std::map<std::string, std::string> Fields; // "id", "key", "desc", "external" as the file has them
+    DWORD dwStatus = 0;
+    BYTE nSpeed = 0;
+    WORD wAddress = 0;
+    DWORD dwOpenPipes = 0;
+    std::string sDevice, sConfiguration, sPipes;
+    std::vector<WORD> Languages;
+    std::map<std::pair<BYTE, WORD>, std::wstring> Strings;
+};
+
+struct CFakeUsbHub
+{
+    std::string sName;
+    std::map<std::string, std::string> Fields; // the root hub: "id", "key", "desc"
+    WORD wCharacteristics = 0;
+    bool bBusPowered = false;
+    std::vector<CFakeUsbPort> Ports;
+};
+
+class CFakePcUsb
+{
+public:
+    // Reads the description and puts its devices on the PC. Both must outlive this.
+    CFakePcUsb(const std::wstring& sPath, CFakePcDevices& rDevices, CFakePcIo& rIo);
+    CFakePcUsb(const CFakePcUsb&) = delete;
+    CFakePcUsb& operator=(const CFakePcUsb&) = delete;
+
+    std::vector<CFakeUsbHub> Hubs; // the root hub first
+    bool bOldSystem = false;       // without the newer request for a port
+    // May change the answer to a request: its bytes, its size and its error.
+    std::function<void(CFakeRequest&, DWORD& rdwError)> Tamper;
+
+private:
+    void Put(const std::vector<std::string>& Words, const std::string& sRest);
+    void AddNodes(CFakePcDevices& rDevices, CFakePcIo& rIo);
+    void AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nHub, DEVINST hHub);
+    CFakeAnswer Tampered(std::function<DWORD(CFakeRequest&)> answer);
+    DWORD AnswerController(CFakeRequest& rRequest);
+    DWORD AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) const;
+    DWORD AnswerPort(const CFakeUsbPort& rPort, CFakeRequest& rRequest) const;
+
+    std::map<std::string, std::string> m_Controller;
+};
