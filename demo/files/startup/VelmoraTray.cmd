@@ -1,0 +1,1 @@
+@start "" "%ProgramFiles(x86)%\Tolvane\Player\VelmoraPlayer.exe" /tray
