@@ -56,6 +56,6 @@ private:
     HRESULT CrateBackupImage(const CCmdLineParam& rParam); // the name is in every support desk's scripts
     HRESULT CreateHwinfo(const CCmdLineParam& rParam);
 
-    // Set before the quit message is posted.
+    // Set after the quit message is posted.
     std::atomic<bool> m_bWorkerEnded{ false };
 };

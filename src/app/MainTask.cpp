@@ -64,8 +64,11 @@ unsigned CKelvarinApp::ExecuteWorkerThread()
     const HRESULT hr = log.Run([&] { RunWorker(log); });
     if (FAILED(hr))
         m_hResult = hr;
-    m_bWorkerEnded = true;
     ::PostThreadMessageW(GetMainThreadId(), WM_QUIT, 0, 0);
+    // In this order: a loop that sees the flag finds the quit message too, unless a modal loop has swallowed it. The
+    // empty message wakes a loop that was about to wait then.
+    m_bWorkerEnded = true;
+    ::PostThreadMessageW(GetMainThreadId(), WM_NULL, 0, 0);
     return static_cast<unsigned>(hr);
 }
 

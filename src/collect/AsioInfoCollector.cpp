@@ -13,6 +13,8 @@
 namespace
 {
 
+constexpr DWORD MaxText = 32767; // characters; no path and no line is longer
+
 // One less than the longest key name needs: a name of 255 characters ends the list with its error.
 constexpr DWORD NameCapacity = 255;
 constexpr DWORD ClsidCapacity = 1024;
@@ -79,6 +81,8 @@ HRESULT CAsioInfoCollector::GetRegistryStringValue(const CRegKey& rKey, const wc
     return log.Run([&] {
         DWORD dwBytes = 0;
         auto dwStatus = static_cast<DWORD>(::RegQueryValueExW(rKey.Get(), pName, nullptr, nullptr, nullptr, &dwBytes));
+        if (dwStatus == ERROR_SUCCESS && dwBytes / sizeof(wchar_t) > MaxText)
+            dwStatus = ERROR_MORE_DATA;
         if (dwStatus == ERROR_SUCCESS)
             dwStatus = rKey.QueryStringValue(pName, rsValue, dwBytes / sizeof(wchar_t));
         if (dwStatus != ERROR_SUCCESS)

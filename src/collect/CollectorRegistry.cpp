@@ -1,6 +1,5 @@
 // Registry keys as text.
 #include <algorithm>
-#include <new>
 #include <optional>
 #include <vector>
 
@@ -15,11 +14,16 @@ namespace
 // Names that do not fit end an enumeration; no key name is longer, but value names can be.
 constexpr DWORD NameCapacity = 260;
 
+// A longer line is refused whole; text beyond it would be for nothing.
+constexpr std::size_t MaxLine = 2048;
+// Registry data of more bytes are not read.
+constexpr DWORD MaxData = 64 * 1024 * 1024;
+
 std::wstring HexBytes(const std::vector<BYTE>& rData)
 {
     static constexpr wchar_t aDigits[] = L"0123456789abcdef";
     std::wstring sText = L"hex:";
-    for (std::size_t n = 0; n < rData.size(); ++n)
+    for (std::size_t n = 0; n < rData.size() && sText.size() < MaxLine; ++n)
     {
         if (n > 0)
             sText += L',';
@@ -32,8 +36,8 @@ std::wstring HexBytes(const std::vector<BYTE>& rData)
 // Registry data need not be terminated, and a number may have fewer bytes than its type says.
 std::wstring TextOf(const std::vector<BYTE>& rData)
 {
-    const std::wstring sText(reinterpret_cast<const wchar_t*>(rData.data()), rData.size() / sizeof(wchar_t));
-    return sText.substr(0, sText.find(L'\0'));
+    const std::wstring_view sText(reinterpret_cast<const wchar_t*>(rData.data()), rData.size() / sizeof(wchar_t));
+    return std::wstring(sText.substr(0, std::min(sText.find(L'\0'), MaxLine)));
 }
 
 DWORD NumberOf(const std::vector<BYTE>& rData)
@@ -78,14 +82,9 @@ HRESULT CCollectorUtil::OutputRegSubKeyData(HKEY hKey, CResultLog& rResultLog)
             if (::RegEnumValueW(hKey, nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS ||
                 ::RegQueryValueExW(hKey, aName, nullptr, &dwType, nullptr, &dwSize) != ERROR_SUCCESS)
                 return;
-            try
-            {
-                Data.resize(dwSize);
-            }
-            catch (const std::bad_alloc&)
-            {
+            if (dwSize > MaxData)
                 log.Throw(E_OUTOFMEMORY, L"pData.Allocate( %d ) failed.", dwSize);
-            }
+            Data.resize(dwSize);
             BYTE nNothing = 0;
             if (::RegQueryValueExW(hKey, aName, nullptr, &dwType, dwSize != 0 ? Data.data() : &nNothing, &dwSize) != ERROR_SUCCESS)
                 return;

@@ -67,7 +67,7 @@ bool IsEndless(const std::wstring& sSource)
     std::vector<std::wstring> Names;
     COpdFileHelper::EnumFiles(sSource, Names);
     return std::ranges::any_of(Names, [&](const std::wstring& sName) {
-        const std::wstring sPath = JoinPath(sParent, sName);
+        const std::wstring sPath = EntryPath(sParent, sName);
         const DWORD dwAttributes = ::GetFileAttributesW(sPath.c_str());
         return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && LeadsUpwards(trail, sPath);
     });

@@ -32,7 +32,7 @@ HRESULT ReadFolder(const std::wstring& sDirPath, CFolderContents& rContents)
     {
         if (sName == L"." || sName == L"..")
             continue;
-        CFileEntry entry{ sName, JoinPath(sDirPath, sName), 0 };
+        CFileEntry entry{ sName, EntryPath(sDirPath, sName), 0 };
         entry.dwAttributes = ::GetFileAttributesW(entry.sPath.c_str());
         const bool bFolder = entry.dwAttributes != INVALID_FILE_ATTRIBUTES && (entry.dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
         (bFolder ? rContents.Folders : rContents.Files).push_back(std::move(entry));

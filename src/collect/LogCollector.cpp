@@ -89,8 +89,8 @@ HRESULT CLogCollector::CopyFiles(const std::wstring& sTargetDirPath, const std::
             log.Check(COpdFileHelper::EnumFiles(sSearch, Names), L"COpdFileHelper::EnumFiles( \"%s\" ) failed.[0x%08X]", sSearch);
             for (const std::wstring& sName : Names)
             {
-                const std::wstring sSource = JoinPath(sSourceDirPath, sName);
-                const std::wstring sTarget = JoinPath(sTargetDirPath, sPrefix + sName);
+                const std::wstring sSource = EntryPath(sSourceDirPath, sName);
+                const std::wstring sTarget = EntryPath(sTargetDirPath, sPrefix + sName);
                 // All bits are set for a file that has vanished since.
                 const DWORD dwAttributes = ::GetFileAttributesW(sSource.c_str());
                 if ((dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || ::CopyFileW(sSource.c_str(), sTarget.c_str(), FALSE))

@@ -3,6 +3,7 @@
 
 #include <shlobj.h>
 
+#include "collect/CollectorFolders.h"
 #include "collect/NetworkInfoCollector.h"
 #include "collect/NtServiceCollector.h"
 #include "collect/ProcessInfoCollector.h"
@@ -69,8 +70,7 @@ HRESULT CSystemInfoCollector::ExecuteMsInfo32(const std::wstring&, const std::ws
 {
     CFunctionLog log;
     return log.Run([&] {
-        std::wstring sCommonDirPath;
-        log.Check(GetShellFolder(CSIDL_PROGRAM_FILES_COMMON, sCommonDirPath), L"::SHGetFolderPath( CSIDL_PROGRAM_FILES_COMMON ) failed. [0x%08X]");
+        const std::wstring sCommonDirPath = RequireShellFolder(log, CSIDL_PROGRAM_FILES_COMMON, L"CSIDL_PROGRAM_FILES_COMMON");
         RunTool(log, JoinPath(sCommonDirPath, L"Microsoft Shared\\MSInfo\\msinfo32.exe"),
                 FormatText(L"/nfo \"%s\"", JoinPath(sOutDirPath, L"msinfo32.nfo")));
     });

@@ -36,7 +36,7 @@ std::wstring ShellFolder(const CFunctionLog& log, int nCsidl, const wchar_t* pCs
 {
     std::wstring sPath;
     const HRESULT hr = GetShellFolder(nCsidl, sPath);
-    if (hr != S_OK)
+    if (FAILED(hr))
         log.Warning(L"::SHGetFolderPath( %s ) failed. [0x%08X]", pCsidlName, hr);
     return sPath;
 }

@@ -39,7 +39,10 @@ std::wstring MakeFolder(const std::wstring& sPath)
 std::wstring FolderOfLocation(const std::wstring& sLocation)
 {
     if (sLocation == L"desktop")
-        return WithTrailingBackslash(DesktopFolder());
+    {
+        const std::wstring sDesktop = DesktopFolder();
+        return sDesktop.empty() ? sDesktop : WithTrailingBackslash(sDesktop);
+    }
     // "current" is the program's folder and not the process's current one.
     if (sLocation.empty() || sLocation == L"current")
         return {};
@@ -96,7 +99,7 @@ void CFileIO::WriteLine(const wchar_t* pText)
 void CFileIO::WriteText(const wchar_t* pText)
 {
     const Common::CLockScope lock(m_Lock);
-    if (!m_hFile && !m_bOpenFailed)
+    if (!m_hFile)
         OpenFile();
     if (m_hFile)
         WriteLogText(m_hFile.Get(), pText, m_eEncoding);
@@ -115,10 +118,7 @@ void CFileIO::OpenFile()
     std::wstring sPath = m_sPath;
     for (int n = 1; n <= 99 && FileExists(sPath); ++n)
         sPath = WithNameTail(m_sPath, FormatText(L"[%02d]", n));
-    m_sPath = sPath;
-    m_hFile = OpenLogFile(m_sPath, GENERIC_WRITE, nullptr, m_eEncoding);
-    // One try is enough: a hundred names for each lost line would stall the program.
-    m_bOpenFailed = !m_hFile;
+    m_hFile = OpenLogFile(sPath, GENERIC_WRITE, nullptr, m_eEncoding);
 }
 
 } // namespace opLogSys::File

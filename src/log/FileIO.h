@@ -27,7 +27,6 @@ private:
 
     std::wstring m_sPath;
     CFileHandle m_hFile;
-    bool m_bOpenFailed = false;
     Common::CCriticalSection m_Lock;
     bool m_bAutoFlush;
     std::wstring m_sLocation;

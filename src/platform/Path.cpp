@@ -9,8 +9,9 @@ std::wstring JoinPath(const std::wstring& sDirPath, const std::wstring& sName)
 {
     if (sName.empty())
         return sDirPath;
+    // As the shell has it: leading backslashes go, but for a path of another computer.
     if (sDirPath.empty())
-        return sName;
+        return sName.starts_with(L"\\\\") ? sName : sName.substr(std::min(sName.find_first_not_of(L'\\'), sName.size()));
     // PathAppendW empties its buffer when the result would not fit.
     wchar_t aPath[MAX_PATH];
     if (sDirPath.size() < MAX_PATH)
@@ -19,6 +20,11 @@ std::wstring JoinPath(const std::wstring& sDirPath, const std::wstring& sName)
         if (::PathAppendW(aPath, sName.c_str()))
             return aPath;
     }
+    return WithTrailingBackslash(sDirPath) + sName;
+}
+
+std::wstring EntryPath(const std::wstring& sDirPath, const std::wstring& sName)
+{
     return WithTrailingBackslash(sDirPath) + sName;
 }
 
@@ -74,7 +80,7 @@ HRESULT GetShellFolder(int nCsidl, std::wstring& rsPath)
 {
     wchar_t aPath[MAX_PATH] = L"";
     const HRESULT hr = ::SHGetFolderPathW(nullptr, nCsidl, nullptr, SHGFP_TYPE_CURRENT, aPath);
-    rsPath = hr == S_OK ? WithoutTrailingBackslash(aPath) : std::wstring();
+    rsPath = SUCCEEDED(hr) ? WithoutTrailingBackslash(aPath) : std::wstring();
     return hr;
 }
 

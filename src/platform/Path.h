@@ -11,6 +11,9 @@
 // folder as it is.
 [[nodiscard]] std::wstring JoinPath(const std::wstring& sDirPath, const std::wstring& sName);
 
+// The path of an entry whose name the file system itself gave: no part of the name means another folder.
+[[nodiscard]] std::wstring EntryPath(const std::wstring& sDirPath, const std::wstring& sName);
+
 // What stands behind the last backslash, slash or drive colon; the whole text when there is none.
 [[nodiscard]] std::wstring_view FileNamePart(std::wstring_view sPath);
 // The path without its file name and without a trailing backslash, but for a root ("C:\").

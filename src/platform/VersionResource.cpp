@@ -8,7 +8,11 @@
 namespace
 {
 
-// The part that the query names; null where there is none, also when no resource was loaded.
+// The size comes out of the file; a resource of that size is none.
+constexpr DWORD MaxSize = 16 * 1024 * 1024;
+
+// The part that the query names; null where there is none, also when no resource was loaded. rnLength is the platform's
+// own count, of bytes or of characters, never more than the bytes that the block holds from there on.
 const void* Part(const std::vector<BYTE>& Data, const wchar_t* pQuery, UINT& rnLength)
 {
     void* pValue = nullptr;
@@ -17,7 +21,14 @@ const void* Part(const std::vector<BYTE>& Data, const wchar_t* pQuery, UINT& rnL
         ::SetLastError(ERROR_RESOURCE_DATA_NOT_FOUND);
         return nullptr;
     }
-    return ::VerQueryValueW(Data.data(), pQuery, &pValue, &rnLength) ? pValue : nullptr;
+    if (!::VerQueryValueW(Data.data(), pQuery, &pValue, &rnLength))
+        return nullptr;
+    const auto* const pStart = static_cast<const BYTE*>(pValue);
+    const BYTE* const pEnd = Data.data() + Data.size();
+    if (pStart < Data.data() || pStart > pEnd)
+        return nullptr;
+    rnLength = std::min(rnLength, static_cast<UINT>(pEnd - pStart));
+    return pValue;
 }
 
 } // namespace
@@ -27,6 +38,8 @@ DWORD CVersionResource::Load(const std::wstring& sPath)
     DWORD dwIgnored = 0;
     m_Data.clear();
     m_dwSize = ::GetFileVersionInfoSizeW(sPath.c_str(), &dwIgnored);
+    if (m_dwSize > MaxSize)
+        return ERROR_NOT_ENOUGH_MEMORY;
     m_Data.resize(m_dwSize);
     if (m_dwSize != 0 && ::GetFileVersionInfoW(sPath.c_str(), 0, m_dwSize, m_Data.data()))
         return ERROR_SUCCESS;
