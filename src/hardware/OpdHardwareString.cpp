@@ -30,6 +30,16 @@ DWORD NumberOf(const CFunctionLog& log, const CDeviceProperty& rProperty)
     return ValueOf<DWORD>(rProperty);
 }
 
+// A power state as its number: a device may give one that the platform's type does not have.
+template <typename State>
+DWORD StateNumber(const State& rState)
+{
+    DWORD dwState;
+    static_assert(sizeof rState == sizeof dwState);
+    std::memcpy(&dwState, &rState, sizeof dwState);
+    return dwState;
+}
+
 template <std::size_t N>
 std::wstring NameOrUnknown(const CNameRow<DWORD> (&aTable)[N], DWORD dwValue)
 {
@@ -60,9 +70,9 @@ void AppendPowerStates(const CM_POWER_DATA& rPower, COpdHardwareString::CLines& 
     };
     static_assert(std::size(aLabels) == std::size(decltype(rPower.PD_PowerStateMapping){}));
     for (std::size_t n = 0; n < std::size(aLabels); ++n)
-        rLines.push_back(aLabels[n] + NameOrUnknown(DevicePowerStateNames, static_cast<DWORD>(rPower.PD_PowerStateMapping[n])));
+        rLines.push_back(aLabels[n] + NameOrUnknown(DevicePowerStateNames, StateNumber(rPower.PD_PowerStateMapping[n])));
     // There is no eighth entry. The dumps have always shown the word behind the seven, a system state, as if it were one.
-    rLines.push_back(L"PowerState[Maximum]    : " + NameOrUnknown(DevicePowerStateNames, static_cast<DWORD>(rPower.PD_DeepestSystemWake)));
+    rLines.push_back(L"PowerState[Maximum]    : " + NameOrUnknown(DevicePowerStateNames, StateNumber(rPower.PD_DeepestSystemWake)));
 }
 
 std::wstring BinaryText(const std::vector<BYTE>& rData)
@@ -102,13 +112,13 @@ HRESULT COpdHardwareString::GetString_DEVICE_POWER_DATA(const CDeviceProperty& r
         if (rProperty.Data.size() != sizeof(CM_POWER_DATA))
             log.Fail(E_INVALIDARG, L"ulDataSize != sizeof(CM_POWER_DATA)");
         const auto power = ValueOf<CM_POWER_DATA>(rProperty);
-        rLines.push_back(L"MostRecentPowerState: " + NameOrUnknown(DevicePowerStateNames, static_cast<DWORD>(power.PD_MostRecentPowerState)));
+        rLines.push_back(L"MostRecentPowerState: " + NameOrUnknown(DevicePowerStateNames, StateNumber(power.PD_MostRecentPowerState)));
         rLines.push_back(L"Capabilities: " + PowerCapabilities(power.PD_Capabilities));
         rLines.push_back(FormatText(L"D1 Latency: %u", power.PD_D1Latency));
         rLines.push_back(FormatText(L"D2 Latency: %u", power.PD_D2Latency));
         rLines.push_back(FormatText(L"D3 Latency: %u", power.PD_D3Latency));
         AppendPowerStates(power, rLines);
-        rLines.push_back(L"DeepestSystemWake: " + NameOrUnknown(SystemPowerStateNames, static_cast<DWORD>(power.PD_DeepestSystemWake)));
+        rLines.push_back(L"DeepestSystemWake: " + NameOrUnknown(SystemPowerStateNames, StateNumber(power.PD_DeepestSystemWake)));
     });
 }
 

@@ -112,7 +112,9 @@ HRESULT COpdStorageDevice::GetDriveInfo(const std::wstring& sPath, CStorageDrive
         rInfo.sProductId = block.TextAt(Descriptor.ProductIdOffset);
         rInfo.sVendorId = block.TextAt(Descriptor.VendorIdOffset);
         rInfo.sRevision = block.TextAt(Descriptor.ProductRevisionOffset);
-        rInfo.dwBusType = static_cast<DWORD>(Descriptor.BusType);
+        // As a number: a drive may give one that the platform's type does not have.
+        static_assert(sizeof Descriptor.BusType == sizeof rInfo.dwBusType);
+        std::memcpy(&rInfo.dwBusType, &Descriptor.BusType, sizeof rInfo.dwBusType);
         rInfo.bRemovable = Descriptor.RemovableMedia != 0;
     });
 }

@@ -14,8 +14,6 @@
 namespace
 {
 
-CFakeVersions* s_pVersions;
-
 void Append(std::vector<BYTE>& rBytes, const void* pData, std::size_t nBytes)
 {
     rBytes.resize((rBytes.size() + 3) / 4 * 4);
@@ -40,12 +38,10 @@ std::vector<BYTE> Node(const std::wstring& sName, bool bText, const void* pValue
 
 } // namespace
 
-std::vector<BYTE> VersionBlock(DWORD dwMS, DWORD dwLS, const std::vector<CTranslationStrings>& Translations)
+std::vector<BYTE> VersionBlock(const std::vector<CTranslationStrings>& Translations)
 {
     VS_FIXEDFILEINFO Fixed{};
     Fixed.dwSignature = VS_FFI_SIGNATURE;
-    Fixed.dwFileVersionMS = dwMS;
-    Fixed.dwFileVersionLS = dwLS;
     std::vector<WORD> Ids;
     std::vector<std::vector<BYTE>> Tables;
     for (const auto& rTranslation : Translations)
@@ -56,43 +52,40 @@ std::vector<BYTE> VersionBlock(DWORD dwMS, DWORD dwLS, const std::vector<CTransl
             Strings.push_back(Node(sKey, true, sText.c_str(), (sText.size() + 1) * sizeof(wchar_t)));
         Tables.push_back(Node(FormatText(L"%04x04b0", rTranslation.wLanguage), true, nullptr, 0, Strings));
     }
-    std::vector<std::vector<BYTE>> Parts;
-    if (!Translations.empty())
-        Parts = { Node(L"StringFileInfo", true, nullptr, 0, Tables),
-                  Node(L"VarFileInfo", true, nullptr, 0, { Node(L"Translation", false, Ids.data(), Ids.size() * sizeof(WORD)) }) };
-    return Node(L"VS_VERSION_INFO", false, &Fixed, sizeof Fixed, Parts);
-}
-
-CFakeVersions::CFakeVersions()
-{
-    s_pVersions = this;
-}
-
-CFakeVersions::~CFakeVersions()
-{
-    s_pVersions = nullptr;
-}
-
-const std::vector<BYTE>* CFakeVersions::Find(LPCWSTR pPath) const
-{
-    const auto itFile = Files.find(std::wstring(FileNamePart(pPath)));
-    ::SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
-    return itFile != Files.end() ? &itFile->second : nullptr;
+    return Node(L"VS_VERSION_INFO", false, &Fixed, sizeof Fixed,
+                { Node(L"StringFileInfo", true, nullptr, 0, Tables),
+                  Node(L"VarFileInfo", true, nullptr, 0, { Node(L"Translation", false, Ids.data(), Ids.size() * sizeof(WORD)) }) });
 }
 
 DWORD WINAPI CFakeVersions::Size(LPCWSTR pPath, LPDWORD)
 {
-    ++s_pVersions->nAsked;
-    const auto* const pBlock = s_pVersions->Find(pPath);
-    return pBlock != nullptr ? static_cast<DWORD>(pBlock->size()) : 0;
+    const auto itFile = s_pVersions->Files.find(std::wstring(FileNamePart(pPath)));
+    ::SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
+    return itFile != s_pVersions->Files.end() ? static_cast<DWORD>(itFile->second.size()) : 0;
 }
 
 BOOL WINAPI CFakeVersions::Read(LPCWSTR pPath, DWORD, DWORD dwSize, LPVOID pData)
 {
-    const auto* const pBlock = s_pVersions->Find(pPath);
-    if (pBlock == nullptr || s_pVersions->bReadFails)
-        return FALSE;
-    std::memcpy(pData, pBlock->data(), std::min<std::size_t>(dwSize, pBlock->size()));
+    const auto& rBlock = s_pVersions->Files.at(std::wstring(FileNamePart(pPath)));
+    std::memcpy(pData, rBlock.data(), std::min<std::size_t>(dwSize, rBlock.size()));
+    return TRUE;
+}
+
+FILETIME FileTimeOf(const SYSTEMTIME& rLocal)
+{
+    FILETIME Local, Time;
+    ::SystemTimeToFileTime(&rLocal, &Local);
+    ::LocalFileTimeToFileTime(&Local, &Time);
+    return Time;
+}
+
+BOOL WINAPI CFakeFileTimes::Times(HANDLE, LPFILETIME pCreation, LPFILETIME pAccess, LPFILETIME pWrite)
+{
+    if (pCreation != nullptr)
+        *pCreation = FileTimeOf({ 2013, 1, 0, 2, 3, 4, 5, 0 });
+    if (pAccess != nullptr)
+        *pAccess = FileTimeOf({ 2013, 12, 0, 31, 23, 59, 58, 0 });
+    *pWrite = FileTimeOf({ 2014, 7, 0, 8, 9, 10, 11, 0 });
     return TRUE;
 }
 

@@ -1,4 +1,5 @@
-// What the tests of the collectors share: version resources without files, and registry roots without the PC's own.
+// What the tests of the collectors share: version resources and times without files, and registry roots without the
+// PC's own.
 #pragma once
 
 #include <deque>
@@ -10,31 +11,37 @@
 #include "support/ImportPatch.h"
 #include "support/ScratchKey.h"
 
-// A version resource as a linker writes it: the fixed version and, for each translation, its strings.
+// A version resource as a linker writes it: for each translation its strings.
 struct CTranslationStrings
 {
     WORD wLanguage;
     std::vector<std::pair<std::wstring, std::wstring>> Strings;
 };
-std::vector<BYTE> VersionBlock(DWORD dwMS, DWORD dwLS, const std::vector<CTranslationStrings>& Translations = {});
+std::vector<BYTE> VersionBlock(const std::vector<CTranslationStrings>& Translations);
 
 // Answers for the version calls, by file name; a file that is not in it has no resource. One at a time.
 class CFakeVersions
 {
 public:
-    CFakeVersions();
-    ~CFakeVersions();
+    CFakeVersions() { s_pVersions = this; }
     std::map<std::wstring, std::vector<BYTE>> Files;
-    bool bReadFails = false; // the size is told, the data are not
-    int nAsked = 0;          // how often a file was opened for its version
 
 private:
     static DWORD WINAPI Size(LPCWSTR pPath, LPDWORD);
     static BOOL WINAPI Read(LPCWSTR pPath, DWORD, DWORD dwSize, LPVOID pData);
-    const std::vector<BYTE>* Find(LPCWSTR pPath) const;
 
+    static inline CFakeVersions* s_pVersions = nullptr;
     CImportPatch<decltype(::GetFileVersionInfoSizeW)> m_Size{ "GetFileVersionInfoSizeW", Size };
     CImportPatch<decltype(::GetFileVersionInfoW)> m_Read{ "GetFileVersionInfoW", Read };
+};
+
+FILETIME FileTimeOf(const SYSTEMTIME& rLocal);
+
+// Every file: made 2013/01/02 03:04:05, read 2013/12/31 23:59:58, written 2014/07/08 09:10:11.
+class CFakeFileTimes
+{
+    static BOOL WINAPI Times(HANDLE, LPFILETIME pCreation, LPFILETIME pAccess, LPFILETIME pWrite);
+    CImportPatch<decltype(::GetFileTime)> m_Times{ "GetFileTime", Times };
 };
 
 // HKEY_LOCAL_MACHINE and HKEY_CURRENT_USER as this process sees them, empty at first. Keys are made before Enter.
@@ -47,9 +54,7 @@ public:
     void Enter();
 
 private:
-    CScratchKey m_Parent{ L"kelvarin-tests" };
-    CScratchKey m_Machine{ L"kelvarin-tests\\LM" };
-    CScratchKey m_User{ L"kelvarin-tests\\CU" };
+    CScratchKey m_Parent{ L"kelvarin-tests" }, m_Machine{ L"kelvarin-tests\\LM" }, m_User{ L"kelvarin-tests\\CU" };
     std::deque<CScratchKey> m_Keys;
 };
 

@@ -1,10 +1,9 @@
-// Registry keys as text.
+// The values of a registry key as text.
 #include "collect/CollectorUtil.h"
 
 #include <gmock/gmock.h>
 
 #include "log/ResultLog.h"
-#include "support/ImportPatch.h"
 #include "support/LogWatch.h"
 #include "support/ScratchKey.h"
 #include "support/TestFolder.h"
@@ -14,23 +13,10 @@ using ::testing::ElementsAre;
 namespace
 {
 
-const wchar_t* const KeyPath = L"kelvarin-dump";
-
-template <typename Call>
-std::string TextOf(const Call& call)
-{
-    const CTestFolder folder;
-    CResultLog report;
-    EXPECT_EQ(report.Open(folder / L"r.txt", false), S_OK);
-    EXPECT_EQ(call(report), S_OK);
-    report.Close();
-    return ReadBytes(folder / L"r.txt");
-}
-
 // The forms of the data are what the product's support reads; damaged data must neither crash nor end the list.
 TEST(CollectorUtilRegistry, PrintsEachTypeInItsForm)
 {
-    const CScratchKey key(KeyPath);
+    const CScratchKey key(L"kelvarin-dump");
     const BYTE aUnterminated[] = { 'a', 0, 'b', 0, 'c' };
     const BYTE aNumber[] = { 0x0A, 0xFF };
     std::vector<BYTE> Big(1 << 20, 0x5A);
@@ -52,7 +38,12 @@ TEST(CollectorUtilRegistry, PrintsEachTypeInItsForm)
     key.SetText(std::wstring(261, L'z').c_str(), L"behind it");
 
     const CLogWatch watch;
-    const std::string sText = TextOf([&](CResultLog& rReport) { return CCollectorUtil::OutputRegSubKeyData(key.Get(), rReport); });
+    const CTestFolder folder;
+    CResultLog report;
+    EXPECT_EQ(report.Open(folder / L"r.txt", false), S_OK);
+    EXPECT_EQ(CCollectorUtil::OutputRegSubKeyData(key.Get(), report), S_OK);
+    report.Close();
+    const std::string sText = ReadBytes(folder / L"r.txt");
     std::vector<std::string> Lines;
     for (std::size_t n = 0, nEnd; (nEnd = sText.find("\r\n", n)) != sText.npos; n = nEnd + 2)
         Lines.push_back(sText.substr(n, nEnd - n));
@@ -62,36 +53,6 @@ TEST(CollectorUtilRegistry, PrintsEachTypeInItsForm)
                            R"(    "unterminated"="ab")", R"(    "binary"=hex:0a,ff)", R"(    "no bytes"=hex:)", R"(    "number"=dword:0000BEEF)",
                            R"(    "short number"=dword:0000FF0A)", R"(    "list"=)", "    \"" + std::string(259, 'z') + "\"=\"the longest\""));
     EXPECT_THAT(watch.Records(), ElementsAre("[CResultLog::WriteLine] ::_vsntprintf_s() failed. [-1]"));
-}
-
-const CImportPatch<decltype(::RegOpenKeyExW)>* g_pOpen;
-LSTATUS WINAPI NoLockedKey(HKEY hKey, LPCWSTR pPath, DWORD dwOptions, REGSAM dwAccess, PHKEY phKey)
-{
-    return ::wcsstr(pPath, L"locked") != nullptr ? ERROR_ACCESS_DENIED : g_pOpen->Original()(hKey, pPath, dwOptions, dwAccess, phKey);
-}
-
-// Depth first, each block closed by an empty line; a key without rights must not hide its neighbours.
-TEST(CollectorUtilRegistry, WalksTheSubkeys)
-{
-    const CScratchKey key(KeyPath);
-    const std::wstring sLong(255, L'x');
-    const CScratchKey a(L"kelvarin-dump\\a"), aa(L"kelvarin-dump\\a\\a"), locked(L"kelvarin-dump\\locked"), last(L"kelvarin-dump\\" + sLong);
-    aa.SetDword(L"", 1);
-    last.SetText(L"v", L"t");
-    const CImportPatch<decltype(::RegOpenKeyExW)> patch("RegOpenKeyExW", NoLockedKey);
-    g_pOpen = &patch;
-    const CLogWatch watch;
-    EXPECT_EQ(TextOf([&](CResultLog& rReport) { return CCollectorUtil::OutputRegSubKey(key.Get(), L"SOFTWARE\\kelvarin-dump", rReport); }),
-              "  [SOFTWARE\\kelvarin-dump\\a]\r\n"
-              "\r\n"
-              "  [SOFTWARE\\kelvarin-dump\\a\\a]\r\n"
-              "    \"\"=dword:00000001\r\n"
-              "\r\n"
-              "  [SOFTWARE\\kelvarin-dump\\locked]\r\n"
-              "  [SOFTWARE\\kelvarin-dump\\" + Utf8(sLong) + "]\r\n"
-              "    \"v\"=\"t\"\r\n"
-              "\r\n");
-    EXPECT_THAT(watch.Records(), ElementsAre("[CCollectorUtil::OutputRegSubKey] CRegKey::Open( HKEY_LOCAL_MACHINE ) failed."));
 }
 
 } // namespace

@@ -3,66 +3,35 @@
 
 #include <gmock/gmock.h>
 
-#include <shlobj.h>
-
-#include "collect/CollectorUtilFakes.h"
 #include "collect/DriverInfoCollector.h"
+#include "collect/FakeProduct.h"
 #include "platform/Path.h"
 #include "support/LogWatch.h"
 #include "support/TestFolder.h"
 
-using ::testing::HasSubstr;
-
 namespace
 {
 
-std::wstring g_sRoot; // holds a folder for each shell folder, named by its id; without it the PC has none
-HRESULT WINAPI ShellFolder(HWND, int nCsidl, HANDLE, DWORD, LPWSTR pPath)
-{
-    ::wsprintfW(pPath, L"%s\\%d", g_sRoot.c_str(), nCsidl);
-    return g_sRoot.empty() ? E_ACCESSDENIED : S_OK;
-}
-
-// Each list has its own folder and its own view of what a missing one means; one that fails must not cost the next.
-TEST(InstallerInfoCollector, ListsTheCachesThatAreThere)
+// Each list has its own folder of the system; one that is missing must not cost the next.
+TEST(FolderListCollectors, ListTheFoldersThatAreThere)
 {
     const CTestFolder folder;
-    g_sRoot = folder.Path();
-    const CImportPatch<decltype(ShellFolder)> patch("SHGetFolderPathW", ShellFolder);
-    const std::wstring sOut = folder / L"out";
+    const CFakeShellFolders shell({ { CSIDL_WINDOWS, folder / L"win" }, { CSIDL_PROGRAM_FILESX86, folder / L"x86" }, { CSIDL_SYSTEM, folder / L"sys" } });
+    const std::pair<const wchar_t*, const wchar_t*> aLists[] = {
+        { L"WindowsInstaller.csv", L"win\\Installer\\{x}\\w.msi" },
+        { L"InstallShield(x86).csv", L"x86\\InstallShield Installation Information\\s.exe" },
+        { L"Drivers.csv", L"sys\\drivers\\etc\\d.sys" },
+    };
+    EXPECT_EQ(CDriverInfoCollector().Collect(folder / L"out"), E_FAIL) << "without its folder the whole collection fails";
+    for (const auto& [pCsv, pFile] : aLists)
+        folder.Write(pFile, "");
     const CLogWatch watch;
-    EXPECT_EQ(CInstallerInfoCollector().Collect(sOut), S_OK);
-    folder.Write(L"36\\Installer\\{x}\\w.msi", "");
-    folder.Write(L"38\\InstallShield Installation Information\\s.exe", "");
-    folder.Write(L"42\\InstallShield Installation Information\\x86.exe", "");
-    EXPECT_EQ(CInstallerInfoCollector().Collect(folder / L"out 2"), S_OK);
-    g_sRoot.clear();
-    EXPECT_EQ(CInstallerInfoCollector().Collect(sOut), S_OK);
-    EXPECT_EQ(CInstallerInfoCollector().Collect(L""), E_INVALIDARG);
-
-    ExpectGolden(watch.Records(), L"InstallerLists.log", folder.Path());
-    for (const wchar_t* pFile : { L"WindowsInstaller.csv", L"InstallShield.csv", L"InstallShield(x86).csv" })
-        EXPECT_FALSE(FileExists(JoinPath(sOut, pFile)));
-    EXPECT_THAT(ReadBytes(folder / L"out 2\\WindowsInstaller.csv"), HasSubstr("\\36\\Installer\\{x}\\w.msi\"\r\n"));
-    EXPECT_THAT(ReadBytes(folder / L"out 2\\InstallShield.csv"), HasSubstr("\\38\\InstallShield Installation Information\\s.exe\"\r\n"));
-    EXPECT_THAT(ReadBytes(folder / L"out 2\\InstallShield(x86).csv"), HasSubstr("\\42\\InstallShield Installation Information\\x86.exe\"\r\n"));
-}
-
-// Here a missing folder is the whole collection's failure.
-TEST(DriverInfoCollector, ListsTheDrivers)
-{
-    const CTestFolder folder;
-    g_sRoot = folder.Path();
-    const CImportPatch<decltype(ShellFolder)> patch("SHGetFolderPathW", ShellFolder);
-    const CLogWatch watch;
-    EXPECT_EQ(CDriverInfoCollector().Collect(folder / L"out"), E_FAIL);
-    folder.Write(L"37\\drivers\\etc\\d.sys", "");
+    EXPECT_EQ(CInstallerInfoCollector().Collect(folder / L"out"), S_OK);
     EXPECT_EQ(CDriverInfoCollector().Collect(folder / L"out"), S_OK);
-    g_sRoot.clear();
-    EXPECT_EQ(CDriverInfoCollector().Collect(folder / L"out"), E_ACCESSDENIED);
-    EXPECT_EQ(CDriverInfoCollector().Collect(L""), E_INVALIDARG);
-    ExpectGolden(watch.Records(), L"Drivers.log", folder.Path());
-    EXPECT_THAT(ReadBytes(folder / L"out\\Drivers.csv"), HasSubstr("\\37\\drivers\\etc\\d.sys\"\r\n"));
+    for (const auto& [pCsv, pFile] : aLists)
+        EXPECT_THAT(ReadBytes(folder / L"out\\" + pCsv), ::testing::HasSubstr(Utf8(folder / pFile) + "\"\r\n"));
+    EXPECT_FALSE(FileExists(folder / L"out\\InstallShield.csv"));
+    EXPECT_EQ(watch.Records().front(), "[CInstallerInfoCollector::OutputInstallShieldFileList] ::SHGetFolderPath( CSIDL_PROGRAM_FILES ) failed. [0x80070003]");
 }
 
 } // namespace

@@ -7,7 +7,7 @@
 
 #include "support/TestFolder.h"
 
-// The report behind its banner, lines ended by a bare "\n"; every line end must be CR LF. The banner's two lines must stand.
+// The report behind its banner, lines ended by a bare "\n", and "<LF>" where the file has a bare one.
 inline std::string ReportBody(const std::wstring& sPath)
 {
     std::string sText = ReadBytes(sPath);
@@ -15,19 +15,8 @@ inline std::string ReportBody(const std::wstring& sPath)
     std::smatch match;
     if (!std::regex_search(sText, match, Banner))
         ADD_FAILURE() << "no banner: " << sText;
-    sText = std::string(match.suffix());
-    std::string sLines;
-    for (std::size_t n = 0; n < sText.size(); ++n)
-    {
-        // A bare line feed is shown as such.
-        if (sText[n] == '\n')
-            sLines += "<LF>";
-        else if (sText.compare(n, 2, "\r\n") == 0)
-            sLines += sText[++n];
-        else
-            sLines += sText[n];
-    }
-    return sLines;
+    sText = std::regex_replace(std::string(match.suffix()), std::regex("\n"), "<LF>");
+    return std::regex_replace(sText, std::regex("\r<LF>"), "\n");
 }
 
 // The text of tests/data that a report must have behind its banner.

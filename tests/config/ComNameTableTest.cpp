@@ -38,16 +38,4 @@ TEST(ComNameTable, FindsIdentitiesByName)
         EXPECT_EQ(Text(rTable.Find(pName)), pExpected) << Utf8(pName);
 }
 
-// A manifest's own identity comes first; one that cannot be read must not become garbage.
-TEST(ComNameTable, StandsInForUnreadableTexts)
-{
-    const char* const pUnknown = "{00000000-0000-0000-C000-000000000046}";
-    EXPECT_EQ(Text(IidOf(L"{00000001-0000-0000-c000-000000000046}", L"IUnknown")), "{00000001-0000-0000-C000-000000000046}");
-    for (const wchar_t* pText : { L"", L"{00000001-0000-0000-c000-00000000004", L"00000001-0000-0000-c000-000000000046", L"{0000000G-0000-0000-c000-000000000046}" })
-    {
-        EXPECT_EQ(Text(IidOf(pText, L"IUnknown")), pUnknown) << Utf8(pText);
-        EXPECT_EQ(Text(ClsidOf(pText, L"IUnknown")), pUnknown) << Utf8(pText);
-    }
-}
-
 } // namespace

@@ -15,7 +15,6 @@ public:
     LCID m_nLocale = 0x0409;
     int m_nArchitecture = PROCESSOR_ARCHITECTURE_AMD64; // or NoFunction: the platform cannot tell it
     bool m_bWow64 = true;
-    int m_nMissingFolder = -1;                          // CSIDL of a folder that the shell does not know
 
     CFakeSystem() { s_pSystem = this; }
     ~CFakeSystem() { s_pSystem = nullptr; }
@@ -38,8 +37,6 @@ private:
     }
     static HRESULT WINAPI Folder(HWND, int nCsidl, HANDLE, DWORD, wchar_t* pPath)
     {
-        if (nCsidl == s_pSystem->m_nMissingFolder)
-            return E_INVALIDARG;
         ::lstrcpyW(pPath, nCsidl == CSIDL_PROGRAM_FILES ? L"C:\\Programs" : nCsidl == CSIDL_PROGRAM_FILES_COMMON ? L"C:\\Common" : L"C:\\System");
         return S_OK;
     }

@@ -82,6 +82,8 @@ void CheckForm(const std::wstring& sPath, Form eForm)
 // A report that is missing, or empty, or without its head, and a failure that nobody can explain.
 TEST(Collection, LeavesTheWholeFolderAndNoUnexplainedRecord)
 {
+    // The log of a run that found no folder lies here, and the program would rightly collect it.
+    std::filesystem::remove_all(L"C:\\ProgramData\\Tolvane Corporation");
     for (const wchar_t* pSwitches : { L"-s", L"" })
     {
         SCOPED_TRACE(Utf8(pSwitches));

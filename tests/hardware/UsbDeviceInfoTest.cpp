@@ -2,18 +2,10 @@
 
 #include "hardware/OpdUsbDeviceInfo.h"
 #include "support/FakePcUsb.h"
-#include "support/ImportPatch.h"
-#include "support/LogWatch.h"
 #include "support/TestFolder.h"
-
-#include <setupapi.h>
 
 namespace
 {
-
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 // What a drive's device has told, on one line.
 struct CAsked
@@ -68,9 +60,6 @@ TEST(UsbDeviceInfo, FindsTheDeviceOfADrive)
     CUsbDrives pc;
     EXPECT_EQ(CAsked(L'E').Told(), "0781 5567|SanDisk|Cruzer Blade|4C530001|0.0:08/50 ");
     EXPECT_EQ(CAsked(L'F').Told(), "174C 55AA|asmedia|ASMT1051|MSFT30NA7C|0.0:08/50 0.1:08/62 ");
-    for (const CFakeOpening& rOpening : pc.io.Openings)
-        EXPECT_TRUE(rOpening.dwAccess == 0 && rOpening.dwShare == (FILE_SHARE_READ | FILE_SHARE_WRITE) && rOpening.dwDisposition == OPEN_EXISTING);
-
     // The first language wins; an index without a text is empty.
     CFakeUsbPort& rPort = pc.usb.Hubs[0].Ports[0];
     rPort.Languages = { 0x407, 0x409 };
@@ -87,20 +76,7 @@ TEST(UsbDeviceInfo, FindsTheDeviceOfADrive)
     EXPECT_EQ(CAsked(L'E').Told(), "0781 5567||||");
 }
 
-// From a drive behind two hubs the nearest hub counts, and its child on the way, whatever stands in between.
-TEST(UsbDeviceInfo, ClimbsToTheNearestHub)
-{
-    CUsbDrives pc;
-    const DEVINST hDisk = pc.Disk(1);
-    const auto IsMouse = [](const CFakeNode& rNode) { return rNode.sId == L"USB\\VID_046D&PID_C077\\7&5&0&1"; };
-    const DEVINST hMouse = 1 + static_cast<DEVINST>(std::ranges::find_if(pc.devices.Nodes(), IsMouse) - pc.devices.Nodes().begin());
-    CFakeNode reader;
-    reader.sId = L"READER\\SLOT\\1";
-    pc.devices.Find(hDisk)->hParent = pc.devices.Add(hMouse, reader);
-    EXPECT_EQ(CAsked(L'E').Told(), "046D C077|Logitech|USB Optical Mouse||0.0:03/02 ");
-}
-
-// Each step's failure ends the way, with its record; another disk or device that fails ends it or does not, as told.
+// A drive must not get the name of another one's device: each step's failure ends the way, or passes a device over.
 TEST(UsbDeviceInfo, TellsWhereTheWayEnds)
 {
     const HRESULT NoMore = HRESULT_FROM_WIN32(ERROR_NO_MORE_ITEMS), NoFile = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
@@ -109,69 +85,28 @@ TEST(UsbDeviceInfo, TellsWhereTheWayEnds)
         wchar_t cDrive;
         std::function<void(CUsbDrives&)> Change;
         HRESULT hr;
-        const char* pRecord;
     } aCases[] = {
-        { L'G', [](CUsbDrives&) {}, NoFile, "COpdUsbDeviceInfo::GetDeviceNumber( G: ) failed. [0x80070002]" },
-        { L'E', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->Interfaces.clear(); }, NoMore,
-          "COpdUsbDeviceInfo::FindDeviceInstanceHandleByDeviceNumber( E:, 1 ) failed. [0x80070103]" },
-        // The disk in front of the wanted one cannot be opened.
-        { L'F', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->Interfaces[0].sPath = L"\\\\.\\gone"; }, NoFile,
-          "COpdUsbDeviceInfo::FindDeviceInstanceHandleByDeviceNumber( F:, 2 ) failed. [0x80070002]" },
-        // A path without its header is passed over.
-        { L'F', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->Interfaces[0].sPath = L"x"; }, S_OK,
-          "[COpdUsbDeviceInfo::FindDeviceInstanceHandleByDeviceNumber] COpdSetupDi::GetDeviceInterfaceDetail() failed. [0x8000FFFF]" },
+        { L'G', [](CUsbDrives&) {}, NoFile },
+        { L'E', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->Interfaces.clear(); }, NoMore },
+        // The disk in front of the wanted one cannot be opened; a path without its header is passed over.
+        { L'F', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->Interfaces[0].sPath = L"\\\\.\\gone"; }, NoFile },
+        { L'F', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->Interfaces[0].sPath = L"x"; }, S_OK },
         // A disk that is on no hub: up to the top of the tree. Then trees that are none.
-        { L'E', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->hParent = 1; }, E_FAIL,
-          "[COpdUsbDeviceInfo::GetUsbDeviceInstanceIdAndParentUsbHub] ::CM_Get_Parent() failed. [CONFIGRET:0x0000000D]" },
-        { L'E', [](CUsbDrives& rPc) { rPc.devices.bRelationsUntouched = true; }, E_FAIL, "::CM_Get_Parent() failed. [CONFIGRET:0x00000000]" },
-        { L'E', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->hParent = rPc.Disk(1); }, E_UNEXPECTED, "" },
-        { L'E', [](CUsbDrives& rPc) { rPc.usb.Hubs[0].Ports[0].dwStatus = 0; }, E_FAIL,
-          "USB DEVICE DESCRIPTOR was not found. ( 0x7E00000C, \"USB\\VID_0781&PID_5567\\4C530001\" )" },
-        { L'E', [](CUsbDrives& rPc) { rPc.usb.Hubs[0].Ports[0].Fields["key"] = "{0}\\1"; }, E_FAIL,
-          "COpdUsbDeviceInfo::FindDeviceInstanceIdByDriverKey( {0}\\1 ) failed. [0x80070103]" },
+        { L'E', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->hParent = 1; }, E_FAIL },
+        { L'E', [](CUsbDrives& rPc) { rPc.devices.bRelationsUntouched = true; }, E_FAIL },
+        { L'E', [](CUsbDrives& rPc) { rPc.devices.Find(rPc.Disk(1))->hParent = rPc.Disk(1); }, E_UNEXPECTED },
+        { L'E', [](CUsbDrives& rPc) { rPc.usb.Hubs[0].Ports[0].dwStatus = 0; }, E_FAIL },
         // A device without a driver in front of the wanted one, and a port that does not answer.
-        { L'F', [](CUsbDrives& rPc) { rPc.devices.Find(3)->Properties.clear(); }, S_OK, "SPDRP_DRIVER ) failed. [0x8007000D]" },
-        { L'F', [](CUsbDrives& rPc) { rPc.usb.Hubs[0].Ports[1].Fields.erase("key"); }, S_OK,
-          "COpdUsbApi::GetDriverKeyName( 0x7E000010, 2 ) failed. [0x80070001]" },
+        { L'F', [](CUsbDrives& rPc) { rPc.devices.Find(3)->Properties.clear(); }, S_OK },
+        { L'F', [](CUsbDrives& rPc) { rPc.usb.Hubs[0].Ports[1].Fields.erase("key"); }, S_OK },
     };
     for (const auto& rCase : aCases)
     {
         CUsbDrives pc;
         rCase.Change(pc);
-        const CLogWatch watch;
         const CAsked asked(rCase.cDrive);
-        EXPECT_EQ(asked.hr, rCase.hr) << rCase.pRecord;
-        if (rCase.pRecord[0] != '\0')
-        {
-            EXPECT_THAT(watch.Records(), Contains(HasSubstr(rCase.pRecord)));
-        }
+        EXPECT_EQ(asked.hr, rCase.hr) << &rCase - aCases;
         EXPECT_EQ(asked.sProduct, SUCCEEDED(rCase.hr) ? L"ASMT1051" : L"-");
-    }
-}
-
-// A list of interfaces of which each fails is none: the walk gives up.
-TEST(UsbDeviceInfo, GivesUpOnAListThatNeverEnds)
-{
-    CUsbDrives pc;
-    static DWORD s_nFailures, s_nAsked;
-    struct Fake
-    {
-        static BOOL WINAPI Enum(HDEVINFO, PSP_DEVINFO_DATA, const GUID*, DWORD, PSP_DEVICE_INTERFACE_DATA)
-        {
-            ::SetLastError(++s_nAsked % s_nFailures == 0 ? ERROR_NO_MORE_ITEMS : ERROR_GEN_FAILURE);
-            return FALSE;
-        }
-    };
-    const CImportPatch<decltype(Fake::Enum)> patch("SetupDiEnumDeviceInterfaces", Fake::Enum);
-    const COpdUsbDeviceInfo info(COpdUsbDeviceInfo::StandardOpenDeviceFunction);
-    DEVINST hDisk = 0;
-    for (const auto& [nFailures, nAsked, hr] : { std::tuple(200u, 200u, HRESULT_FROM_WIN32(ERROR_NO_MORE_ITEMS)),
-                                                 std::tuple(1000u, 256u, HRESULT_FROM_WIN32(ERROR_GEN_FAILURE)) })
-    {
-        s_nFailures = nFailures;
-        s_nAsked = 0;
-        EXPECT_EQ(info.FindDeviceInstanceHandleByDeviceNumber(1, hDisk), hr);
-        EXPECT_EQ(s_nAsked, nAsked);
     }
 }
 

@@ -8,11 +8,9 @@
 
 #include "log/FileIO.h"
 #include "log/FunctionLog.h"
-#include "log/Log.h"
 #include "opdutility/OpdExecFile.h"
 #include "opdutility/OpdFileHelper.h"
 #include "platform/AnsiText.h"
-#include "platform/LocalTime.h"
 #include "platform/Path.h"
 #include "support/TestFolder.h"
 
@@ -20,54 +18,6 @@ using namespace opLogSys;
 
 namespace
 {
-
-// An output that keeps what comes.
-class CTextIO final : public Common::CReferenceCounted<ILogIO>
-{
-public:
-    LONG Open() override { return ++nOpen; }
-    LONG Close() override { return --nOpen; }
-    void WriteLine(const wchar_t*) override { ADD_FAILURE(); }
-    void WriteText(const wchar_t* pText) override
-    {
-        EXPECT_GT(nOpen, 0) << "lines of two threads would mix";
-        sText += pText;
-    }
-    void Flush() override { ++nFlushed; }
-
-    std::wstring sText;
-    LONG nOpen = 0;
-    int nFlushed = 0;
-};
-
-// The depth is how a reader finds the caller; deep recursion must not fill the line with bars.
-TEST(Trace, ShowsTheDepthAsBars)
-{
-    const SYSTEMTIME Time{ 2024, 2, 0, 3, 4, 5, 6, 7 };
-    const struct
-    {
-        int nLeave, nEnter;
-        std::size_t nBars;
-    } aCases[] = { { 0, 0, 0 }, { 0, 1, 0 }, { 0, 2, 1 }, { 0, 64, 63 }, { 0, 70, 63 }, { 3, 1, 0 }, { 3, 2, 1 } };
-    for (const auto& rCase : aCases)
-    {
-        const auto pOutput = Common::CReference<CTextIO>::Own(new CTextIO);
-        const auto pLog = Common::CReference<ILog>::Own(new CLog(0x2A, pOutput.Get()));
-        for (int n = 0; n < rCase.nLeave; ++n)
-            EXPECT_EQ(pLog->Leave(), 0);
-        for (int n = 0; n < rCase.nEnter; ++n)
-            pLog->Enter();
-        pLog->BeginGroup();
-        pLog->BeginGroup();
-        pLog->WriteAt(Time, L"text");
-        pLog->EndGroup();
-        EXPECT_EQ(pOutput->nFlushed, 0);
-        pLog->EndGroup();
-        EXPECT_EQ(pOutput->nFlushed, 1);
-        EXPECT_EQ(pOutput->nOpen, 0);
-        EXPECT_EQ(Utf8(pOutput->sText), Utf8(L"[0000002A][2024/02/03(04:05:06.007)]" + std::wstring(rCase.nBars, L'\u2502') + L"text\r\n"));
-    }
-}
 
 // Whatever the location says, the trace must come to stand in a folder that exists.
 TEST(Trace, FindsItsFolder)
@@ -82,17 +32,12 @@ TEST(Trace, FindsItsFolder)
         std::wstring sLocation, sFolder;
     } aCases[] = {
         { L"desktop", sDesktop + L"\\" },
-        { L"%DESKTOP%", sDesktop + L"\\" },
         { L"", sProgram },
         { L"current", sProgram },
-        { L"Current", sProgram }, // a relative path, which cannot be made
         { L".\\trace-%DATE%", sProgram + L"trace-20240203\\" },
         { folder / L"there", folder / L"there\\" },
-        { folder / L"there\\", folder / L"there\\" },
         { folder / L"there\\file.txt", folder / L"there\\" },
-        { folder / L"there\\file.txt\\below", sProgram },
         { folder / L"new\\%DATE%-%TIME%", folder / L"new\\20240203-040506\\" },
-        { L"Q:\\none", sProgram },
         { std::wstring(65536, L'l'), sProgram },
     };
     for (const auto& rCase : aCases)
@@ -101,36 +46,6 @@ TEST(Trace, FindsItsFolder)
         EXPECT_TRUE(FileExists(rCase.sFolder)) << Utf8(rCase.sFolder);
     }
     ::RemoveDirectoryW((sProgram + L"trace-20240203").c_str());
-}
-
-// Two processes of one second must not write into each other's file; the mark stands at each file's start.
-TEST(Trace, TakesTheNextNameWhenItsOwnIsTaken)
-{
-    const auto Make = [](const std::wstring& sLocation) {
-        return Common::CReference<ILogIO>::Own(new File::CFileIO(L"Kelvarin", false, sLocation, Encoding::Utf8));
-    };
-    std::vector<std::wstring> Names;
-    for (int n = 0; n < 5; ++n)
-    {
-        const CTestFolder folder;
-        const WORD wSecond = LocalNow().wSecond;
-        const auto pFirst = Make(folder.Path());
-        const auto pSecond = Make(folder.Path());
-        if (LocalNow().wSecond != wSecond)
-            continue; // no longer of one second: once more
-        pFirst->WriteLine(L"a");
-        pSecond->WriteText(L"b");
-        pFirst->WriteText(L"c");
-        ASSERT_EQ(COpdFileHelper::FindFiles(folder / L"*.log", Names), S_OK);
-        ASSERT_EQ(Names.size(), 2u);
-        std::ranges::sort(Names, {}, &std::wstring::size);
-        EXPECT_TRUE(std::regex_match(Utf8(Names[0]), std::regex("Kelvarin-\\d{4}-\\d\\d-\\d\\d \\[\\d\\d-\\d\\d-\\d\\d\\]\\.log")));
-        EXPECT_EQ(Names[1], WithNameTail(Names[0], L"[01]"));
-        EXPECT_EQ(ReadBytes(folder / Names[0]), "\xEF\xBB\xBF" "a\r\nc");
-        EXPECT_EQ(ReadBytes(folder / Names[1]), "\xEF\xBB\xBF" "b");
-        return;
-    }
-    FAIL() << "never twice within one second";
 }
 
 struct CTraced

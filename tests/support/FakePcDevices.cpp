@@ -11,11 +11,7 @@ namespace
 
 CFakePcDevices* s_pPc;
 
-struct CSet
-{
-    std::vector<DEVINST> Members;
-};
-std::map<HDEVINFO, CSet> s_Sets;
+std::map<HDEVINFO, std::vector<DEVINST>> s_Sets; // with their members
 
 BOOL Fail(DWORD dwError)
 {
@@ -23,7 +19,7 @@ BOOL Fail(DWORD dwError)
     return FALSE;
 }
 
-// Stores the text with its terminator when there is room for it, in characters; tells the room that it needs.
+// Stores the text with its terminator when there is room for it, in characters.
 bool PutText(const std::wstring& sText, wchar_t* pBuffer, DWORD dwRoom)
 {
     if (pBuffer == nullptr || dwRoom <= sText.size())
@@ -32,7 +28,7 @@ bool PutText(const std::wstring& sText, wchar_t* pBuffer, DWORD dwRoom)
     return true;
 }
 
-CONFIGRET GetProperty(DEVINST hNode, ULONG ulProperty, ULONG* pulType, void* pBuffer, ULONG* pulSize)
+CONFIGRET WINAPI GetProperty(DEVINST hNode, ULONG ulProperty, ULONG* pulType, void* pBuffer, ULONG* pulSize, ULONG)
 {
     const CFakeNode* const pNode = s_pPc->Find(hNode);
     if (pNode == nullptr)
@@ -73,74 +69,46 @@ CONFIGRET WINAPI LocateDevNode(DEVINST* phNode, DEVINSTID_W pId, ULONG ulFlags)
     *phNode = 1;
     return CR_SUCCESS;
 }
-CONFIGRET WINAPI GetChild(DEVINST* phRelated, DEVINST hNode, ULONG)
-{
-    return Relate('c', &CFakeNode::hChild, phRelated, hNode);
-}
-CONFIGRET WINAPI GetSibling(DEVINST* phRelated, DEVINST hNode, ULONG)
-{
-    return Relate('s', &CFakeNode::hSibling, phRelated, hNode);
-}
-CONFIGRET WINAPI GetParentNode(DEVINST* phRelated, DEVINST hNode, ULONG)
-{
-    return Relate('p', &CFakeNode::hParent, phRelated, hNode);
-}
-CONFIGRET WINAPI GetDevNodeProperty(DEVINST hNode, ULONG ulProperty, ULONG* pulType, void* pBuffer, ULONG* pulSize, ULONG)
-{
-    return GetProperty(hNode, ulProperty, pulType, pBuffer, pulSize);
-}
+CONFIGRET WINAPI GetChild(DEVINST* phRelated, DEVINST hNode, ULONG) { return Relate('c', &CFakeNode::hChild, phRelated, hNode); }
+CONFIGRET WINAPI GetSibling(DEVINST* phRelated, DEVINST hNode, ULONG) { return Relate('s', &CFakeNode::hSibling, phRelated, hNode); }
+CONFIGRET WINAPI GetParentNode(DEVINST* phRelated, DEVINST hNode, ULONG) { return Relate('p', &CFakeNode::hParent, phRelated, hNode); }
+// Only nodes that a relation has given are asked for.
 CONFIGRET WINAPI GetIdSize(ULONG* pulLength, DEVINST hNode, ULONG)
 {
-    const CFakeNode* const pNode = s_pPc->Find(hNode);
-    if (pNode == nullptr)
-        return CR_INVALID_DEVNODE;
-    *pulLength = pNode->sId.size();
+    *pulLength = s_pPc->Find(hNode)->sId.size();
     return CR_SUCCESS;
 }
 CONFIGRET WINAPI GetId(DEVINST hNode, wchar_t* pBuffer, ULONG ulRoom, ULONG)
 {
-    const CFakeNode* const pNode = s_pPc->Find(hNode);
-    if (pNode == nullptr)
-        return CR_INVALID_DEVNODE;
-    return PutText(pNode->sId, pBuffer, ulRoom) ? CR_SUCCESS : CR_BUFFER_SMALL;
-}
-
-bool IsMember(const CFakeNode& rNode, const GUID* pGuid, const wchar_t* pEnumerator, DWORD dwFlags)
-{
-    const auto IsOfClass = [&](const CFakeInterface& rInterface) { return rInterface.Guid == *pGuid; };
-    return (rNode.bPresent || (dwFlags & DIGCF_PRESENT) == 0) &&
-           (pEnumerator == nullptr || rNode.sId.starts_with(std::wstring(pEnumerator) + L'\\')) &&
-           (pGuid == nullptr || (dwFlags & DIGCF_DEVICEINTERFACE) == 0 || std::ranges::any_of(rNode.Interfaces, IsOfClass));
+    return PutText(s_pPc->Find(hNode)->sId, pBuffer, ulRoom) ? CR_SUCCESS : CR_BUFFER_SMALL;
 }
 
 HDEVINFO WINAPI GetClassDevs(const GUID* pGuid, const wchar_t* pEnumerator, HWND, DWORD dwFlags)
 {
     s_pPc->SetFlags.push_back(dwFlags);
+    ::SetLastError(s_pPc->dwSetError);
     if (s_pPc->dwSetError != ERROR_SUCCESS)
-    {
-        ::SetLastError(s_pPc->dwSetError);
         return INVALID_HANDLE_VALUE;
-    }
+    const auto IsOfClass = [&](const CFakeInterface& rInterface) { return rInterface.Guid == *pGuid; };
     static ULONG_PTR s_nLast = 0x5E700000;
-    CSet set;
+    const auto hSet = reinterpret_cast<HDEVINFO>(++s_nLast);
+    std::vector<DEVINST>& rMembers = s_Sets[hSet];
     for (std::size_t n = 0; n < s_pPc->Nodes().size(); ++n)
     {
-        if (IsMember(s_pPc->Nodes()[n], pGuid, pEnumerator, dwFlags))
-            set.Members.push_back(n + 1);
+        const CFakeNode& rNode = s_pPc->Nodes()[n];
+        if ((rNode.bPresent || (dwFlags & DIGCF_PRESENT) == 0) &&
+            (pEnumerator == nullptr || rNode.sId.starts_with(std::wstring(pEnumerator) + L'\\')) &&
+            (pGuid == nullptr || (dwFlags & DIGCF_DEVICEINTERFACE) == 0 || std::ranges::any_of(rNode.Interfaces, IsOfClass)))
+            rMembers.push_back(n + 1);
     }
-    const auto hSet = reinterpret_cast<HDEVINFO>(++s_nLast);
-    s_Sets[hSet] = set;
     return hSet;
 }
-BOOL WINAPI DestroySet(HDEVINFO hSet)
-{
-    return s_Sets.erase(hSet) == 1 ? TRUE : Fail(ERROR_INVALID_HANDLE);
-}
+BOOL WINAPI DestroySet(HDEVINFO hSet) { return s_Sets.erase(hSet) == 1 ? TRUE : Fail(ERROR_INVALID_HANDLE); }
 BOOL WINAPI EnumDevices(HDEVINFO hSet, DWORD nIndex, SP_DEVINFO_DATA* pData)
 {
     if (!s_Sets.contains(hSet) || pData->cbSize != 28)
         return Fail(ERROR_INVALID_USER_BUFFER);
-    const auto& rMembers = s_Sets[hSet].Members;
+    const auto& rMembers = s_Sets[hSet];
     if (nIndex >= rMembers.size())
         return Fail(ERROR_NO_MORE_ITEMS);
     pData->DevInst = rMembers[nIndex];
@@ -150,7 +118,7 @@ BOOL WINAPI EnumInterfaces(HDEVINFO hSet, SP_DEVINFO_DATA*, const GUID* pGuid, D
 {
     if (!s_Sets.contains(hSet) || pData->cbSize != 28)
         return Fail(ERROR_INVALID_USER_BUFFER);
-    for (const DEVINST hNode : s_Sets[hSet].Members)
+    for (const DEVINST hNode : s_Sets[hSet])
     {
         for (const CFakeInterface& rInterface : s_pPc->Find(hNode)->Interfaces)
         {
@@ -185,26 +153,15 @@ BOOL WINAPI GetDeviceProperty(HDEVINFO hSet, SP_DEVINFO_DATA* pData, DWORD dwPro
     if (!s_Sets.contains(hSet))
         return Fail(ERROR_INVALID_HANDLE);
     *pdwSize = dwRoom;
-    switch (GetProperty(pData->DevInst, dwProperty + 1, pdwType, pBuffer, pdwSize))
-    {
-    case CR_SUCCESS:
-        return TRUE;
-    case CR_BUFFER_SMALL:
-        return Fail(ERROR_INSUFFICIENT_BUFFER);
-    case CR_NO_SUCH_VALUE:
-        return Fail(ERROR_INVALID_DATA);
-    default:
-        return Fail(ERROR_GEN_FAILURE);
-    }
+    const CONFIGRET cr = GetProperty(pData->DevInst, dwProperty + 1, pdwType, pBuffer, pdwSize, 0);
+    return cr == CR_SUCCESS || Fail(cr == CR_BUFFER_SMALL ? ERROR_INSUFFICIENT_BUFFER : cr == CR_NO_SUCH_VALUE ? ERROR_INVALID_DATA : ERROR_GEN_FAILURE);
 }
 BOOL WINAPI GetInstanceId(HDEVINFO, SP_DEVINFO_DATA* pData, wchar_t* pBuffer, DWORD dwRoom, DWORD* pdwNeeded)
 {
-    const CFakeNode* const pNode = s_pPc->Find(pData->DevInst);
-    if (pNode == nullptr)
-        return Fail(ERROR_NO_SUCH_DEVINST);
+    const std::wstring& rsId = s_pPc->Find(pData->DevInst)->sId;
     if (pdwNeeded != nullptr)
-        *pdwNeeded = pNode->sId.size() + 1;
-    return PutText(pNode->sId, pBuffer, dwRoom) ? TRUE : Fail(ERROR_INSUFFICIENT_BUFFER);
+        *pdwNeeded = rsId.size() + 1;
+    return PutText(rsId, pBuffer, dwRoom) ? TRUE : Fail(ERROR_INSUFFICIENT_BUFFER);
 }
 
 std::string Bytes(const std::wstring& sText)
@@ -220,7 +177,7 @@ struct CFakePcDevices::CPatches
     CImportPatch<decltype(GetChild)> Child{ "CM_Get_Child", GetChild };
     CImportPatch<decltype(GetSibling)> Sibling{ "CM_Get_Sibling", GetSibling };
     CImportPatch<decltype(GetParentNode)> Parent{ "CM_Get_Parent", GetParentNode };
-    CImportPatch<decltype(GetDevNodeProperty)> NodeProperty{ "CM_Get_DevNode_Registry_PropertyW", GetDevNodeProperty };
+    CImportPatch<decltype(GetProperty)> NodeProperty{ "CM_Get_DevNode_Registry_PropertyW", GetProperty };
     CImportPatch<decltype(GetIdSize)> IdSize{ "CM_Get_Device_ID_Size", GetIdSize };
     CImportPatch<decltype(GetId)> Id{ "CM_Get_Device_IDW", GetId };
     CImportPatch<decltype(GetClassDevs)> ClassDevs{ "SetupDiGetClassDevsW", GetClassDevs };
@@ -232,10 +189,7 @@ struct CFakePcDevices::CPatches
     CImportPatch<decltype(GetInstanceId)> InstanceId{ "SetupDiGetDeviceInstanceIdW", GetInstanceId };
 };
 
-CFakeProperty FakeText(const std::wstring& sText)
-{
-    return { REG_SZ, Bytes(sText + L'\0') };
-}
+CFakeProperty FakeText(const std::wstring& sText) { return { REG_SZ, Bytes(sText + L'\0') }; }
 
 CFakeProperty FakeList(std::initializer_list<std::wstring> Texts)
 {
@@ -245,10 +199,7 @@ CFakeProperty FakeList(std::initializer_list<std::wstring> Texts)
     return { REG_MULTI_SZ, Bytes(sAll + L'\0') };
 }
 
-CFakeProperty FakeNumber(DWORD dwValue)
-{
-    return { REG_DWORD, std::string(reinterpret_cast<const char*>(&dwValue), sizeof dwValue) };
-}
+CFakeProperty FakeNumber(DWORD dwValue) { return { REG_DWORD, std::string(reinterpret_cast<const char*>(&dwValue), sizeof dwValue) }; }
 
 CFakePcDevices::CFakePcDevices()
 {
@@ -256,12 +207,7 @@ CFakePcDevices::CFakePcDevices()
     s_Sets.clear();
     m_pPatches = std::make_unique<CPatches>();
 }
-
-CFakePcDevices::~CFakePcDevices()
-{
-    m_pPatches.reset();
-    s_pPc = nullptr;
-}
+CFakePcDevices::~CFakePcDevices() = default;
 
 DEVINST CFakePcDevices::Add(DEVINST hParent, CFakeNode node)
 {
@@ -279,7 +225,4 @@ DEVINST CFakePcDevices::Add(DEVINST hParent, CFakeNode node)
     return hNode;
 }
 
-std::size_t CFakePcDevices::OpenSets() const
-{
-    return s_Sets.size();
-}
+std::size_t CFakePcDevices::OpenSets() const { return s_Sets.size(); }

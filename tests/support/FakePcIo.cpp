@@ -31,16 +31,9 @@ CFakePcIo::CFakePcIo()
     m_pPatches = std::make_unique<CPatches>();
 }
 
-CFakePcIo::~CFakePcIo()
-{
-    m_pPatches.reset();
-    s_pIo = nullptr;
-}
+CFakePcIo::~CFakePcIo() = default;
 
-void CFakePcIo::Add(const std::wstring& sPath, CFakeAnswer answer)
-{
-    m_Devices[Folded(sPath)] = std::move(answer);
-}
+void CFakePcIo::Add(const std::wstring& sPath, CFakeAnswer answer) { m_Devices[Folded(sPath)] = std::move(answer); }
 
 HANDLE WINAPI CFakePcIo::CreateFileFake(LPCWSTR pPath, DWORD dwAccess, DWORD dwShare, SECURITY_ATTRIBUTES* pSecurity, DWORD dwDisposition,
                                         DWORD dwFlags, HANDLE hTemplate)
@@ -49,7 +42,7 @@ HANDLE WINAPI CFakePcIo::CreateFileFake(LPCWSTR pPath, DWORD dwAccess, DWORD dwS
     const bool bKnown = s_pIo->m_Devices.contains(sPath);
     if (!bKnown && !sPath.starts_with(L"\\\\.\\"))
         return s_pIo->m_pPatches->Create.Original()(pPath, dwAccess, dwShare, pSecurity, dwDisposition, dwFlags, hTemplate);
-    s_pIo->Openings.push_back({ pPath, dwAccess, dwShare, dwDisposition, dwFlags });
+    s_pIo->Openings.push_back({ pPath, dwAccess, dwShare, dwFlags });
     if (!bKnown)
     {
         ::SetLastError(ERROR_FILE_NOT_FOUND);

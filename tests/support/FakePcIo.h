@@ -25,7 +25,7 @@ using CFakeAnswer = std::function<DWORD(CFakeRequest&)>;
 struct CFakeOpening
 {
     std::wstring sPath;
-    DWORD dwAccess, dwShare, dwDisposition, dwFlags;
+    DWORD dwAccess, dwShare, dwFlags;
 };
 
 class CFakePcIo

@@ -31,15 +31,16 @@ std::string HexBytes(const std::string& sText)
 }
 
 // A little-endian number of so many bytes.
-std::string Le(std::size_t nBytes, DWORD dwValue)
+std::string Le(std::size_t nBytes, DWORD dwValue) { return { reinterpret_cast<const char*>(&dwValue), nBytes }; }
+
+// What the description says of a device; empty, and nought, when it says nothing.
+std::string FieldOf(const CFakeFields& rFields, const char* pName) { return rFields.contains(pName) ? rFields.at(pName) : ""; }
+DWORD NumberOf(const CFakeFields& rFields, const char* pName, int nBase = 10)
 {
-    return { reinterpret_cast<const char*>(&dwValue), nBytes };
+    return rFields.contains(pName) ? NumberOf<DWORD>(rFields.at(pName), nBase) : 0;
 }
 
-std::string WideBytes(const std::wstring& sText)
-{
-    return { reinterpret_cast<const char*>(sText.data()), sText.size() * sizeof(wchar_t) };
-}
+std::string WideBytes(const std::wstring& sText) { return { reinterpret_cast<const char*>(sText.data()), sText.size() * sizeof(wchar_t) }; }
 
 DWORD Answer(CFakeRequest& rRequest, const std::string& sBytes)
 {
@@ -55,22 +56,12 @@ std::string NameRecord(const std::string& sHead, const std::string& sName)
     return sHead + Le(4, sHead.size() + 4 + sText.size()) + sText;
 }
 
-std::string Descriptor(BYTE nType, const std::string& sBody)
-{
-    return Le(1, sBody.size() + 2) + Le(1, nType) + sBody;
-}
+std::string Descriptor(BYTE nType, const std::string& sBody) { return Le(1, sBody.size() + 2) + Le(1, nType) + sBody; }
 
-CFakeNode Node(const std::string& sId)
+CFakeNode Node(const CFakeFields& rFields)
 {
-    CFakeNode node;
-    node.sId = ToWide(sId);
-    return node;
-}
-CFakeNode Node(std::map<std::string, std::string>& rFields)
-{
-    CFakeNode node = Node(rFields["id"]);
-    node.Properties = { { CM_DRP_DRIVER, FakeText(ToWide(rFields["key"])) }, { CM_DRP_DEVICEDESC, FakeText(ToWide(rFields["desc"])) } };
-    return node;
+    const auto Text = [&](const char* pName) { return FakeText(ToWide(FieldOf(rFields, pName))); };
+    return { .sId = ToWide(FieldOf(rFields, "id")), .Properties = { { CM_DRP_DRIVER, Text("key") }, { CM_DRP_DEVICEDESC, Text("desc") } } };
 }
 
 } // namespace
@@ -90,7 +81,18 @@ CFakePcUsb::CFakePcUsb(const std::wstring& sPath, CFakePcDevices& rDevices, CFak
     }
     if (Hubs.empty())
         throw std::runtime_error("no USB devices are described");
-    AddNodes(rDevices, rIo);
+    const std::wstring sController = ToWide(m_Controller["path"]);
+    const DEVINST hRoot = rDevices.Add(0, { .sId = L"HTREE\\ROOT\\0" });
+    CFakeNode controller = Node(m_Controller);
+    controller.Interfaces = { { HostController, sController } };
+    const DEVINST hController = rDevices.Add(hRoot, controller);
+    rIo.Add(sController, Tampered([this](CFakeRequest& rRequest) {
+        if (rRequest.dwCode == 0x220424)
+            return Answer(rRequest, NameRecord("", m_Controller["key"]));
+        // With an input it would be a hub's information.
+        return rRequest.dwCode == 0x220408 && rRequest.In.empty() ? Answer(rRequest, NameRecord("", Hubs[0].sName)) : ERROR_INVALID_FUNCTION;
+    }));
+    AddHub(rDevices, rIo, 0, rDevices.Add(hController, Node(Hubs[0].Fields)));
 }
 
 // One line of the description: it belongs to the last port, else the last hub, else the controller.
@@ -102,16 +104,8 @@ void CFakePcUsb::Put(const std::vector<std::string>& Words, const std::string& s
         Hubs.emplace_back().sName = sRest;
     else if (sKey == "port")
         Hubs.back().Ports.emplace_back();
-    else if (sKey == "characteristics")
-        Hubs.back().wCharacteristics = NumberOf<WORD>(sRest, 16);
-    else if (sKey == "buspowered")
-        Hubs.back().bBusPowered = sRest == "1";
     else if (sKey == "status")
         pPort->dwStatus = NumberOf<DWORD>(sRest);
-    else if (sKey == "speed")
-        pPort->nSpeed = NumberOf<BYTE>(sRest);
-    else if (sKey == "address")
-        pPort->wAddress = NumberOf<WORD>(sRest);
     else if (sKey == "device")
         pPort->sDevice = HexBytes(sRest);
     else if (sKey == "config")
@@ -136,16 +130,6 @@ CFakeAnswer CFakePcUsb::Tampered(std::function<DWORD(CFakeRequest&)> answer)
     };
 }
 
-void CFakePcUsb::AddNodes(CFakePcDevices& rDevices, CFakePcIo& rIo)
-{
-    const DEVINST hRoot = rDevices.Add(0, Node("HTREE\\ROOT\\0"));
-    CFakeNode controller = Node(m_Controller);
-    controller.Interfaces = { { HostController, ToWide(m_Controller["path"]) } };
-    const DEVINST hController = rDevices.Add(hRoot, controller);
-    rIo.Add(ToWide(m_Controller["path"]), Tampered([this](CFakeRequest& rRequest) { return AnswerController(rRequest); }));
-    AddHub(rDevices, rIo, 0, rDevices.Add(hController, Node(Hubs[0].Fields)));
-}
-
 void CFakePcUsb::AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nHub, DEVINST hHub)
 {
     rIo.Add(L"\\\\.\\" + ToWide(Hubs[nHub].sName), Tampered([this, nHub](CFakeRequest& rRequest) { return AnswerHub(Hubs[nHub], rRequest); }));
@@ -165,51 +149,35 @@ void CFakePcUsb::AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nH
             return rRequest.dwCode == 0x2D1080 ? Answer(rRequest, Le(4, 7) + Le(4, dwNumber) + Le(4, 0)) : ERROR_INVALID_FUNCTION;
         });
         const std::wstring sPath = L"\\\\?\\disk" + ToWide(sNumber);
-        CFakeNode disk = Node(sId);
-        disk.Interfaces = { { Disk, sPath } };
-        rDevices.Add(hDevice, disk);
+        rDevices.Add(hDevice, { .sId = ToWide(sId), .Interfaces = { { Disk, sPath } } });
         rIo.Add(sPath, number);
         rIo.Add(L"\\\\.\\" + ToWide(sLetter) + L":", number);
     }
 }
 
-DWORD CFakePcUsb::AnswerController(CFakeRequest& rRequest)
-{
-    if (rRequest.dwCode == 0x220424)
-        return Answer(rRequest, NameRecord("", m_Controller["key"]));
-    // With an input it would be a hub's information.
-    if (rRequest.dwCode == 0x220408 && rRequest.In.empty())
-        return Answer(rRequest, NameRecord("", Hubs[0].sName));
-    return ERROR_INVALID_FUNCTION;
-}
-
 DWORD CFakePcUsb::AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) const
 {
     if (rRequest.dwCode == 0x220408 && rRequest.In.size() == 76)
-        return Answer(rRequest, Le(4, 0) + Le(2, 0x2909) + Le(1, rHub.Ports.size()) + Le(2, rHub.wCharacteristics) + std::string(66, '\0') +
-                                    Le(1, rHub.bBusPowered));
+        return Answer(rRequest, Le(4, 0) + Le(2, 0x2909) + Le(1, rHub.Ports.size()) + Le(2, NumberOf(rHub.Fields, "characteristics", 16)) + std::string(66, '\0') +
+                                    Le(1, NumberOf(rHub.Fields, "buspowered")));
     const DWORD dwPort = rRequest.In.size() >= 4 ? *reinterpret_cast<const DWORD*>(rRequest.In.data()) : 0;
     if (dwPort - 1 >= rHub.Ports.size())
         return ERROR_INVALID_PARAMETER;
-    return AnswerPort(rHub.Ports[dwPort - 1], rRequest);
-}
-
-DWORD CFakePcUsb::AnswerPort(const CFakeUsbPort& rPort, CFakeRequest& rRequest) const
-{
-    const auto Field = [&](const char* pName) { return rPort.Fields.contains(pName) ? rPort.Fields.at(pName) : ""; };
+    const CFakeUsbPort& rPort = rHub.Ports[dwPort - 1];
+    const std::string sKey = FieldOf(rPort.Fields, "key"), sExternal = FieldOf(rPort.Fields, "external");
     const std::string sPort(rRequest.In.begin(), rRequest.In.begin() + 4);
     const bool bOld = rRequest.dwCode == 0x22040C;
-    if (rRequest.dwCode == 0x220420 && !Field("key").empty())
-        return Answer(rRequest, NameRecord(sPort, Field("key")));
-    if (rRequest.dwCode == 0x220414 && !Field("external").empty())
-        return Answer(rRequest, NameRecord(sPort, Field("external")));
+    if (rRequest.dwCode == 0x220420 && !sKey.empty())
+        return Answer(rRequest, NameRecord(sPort, sKey));
+    if (rRequest.dwCode == 0x220414 && !sExternal.empty())
+        return Answer(rRequest, NameRecord(sPort, sExternal));
     if ((rRequest.dwCode == 0x220448 && !bOldSystem) || bOld)
     {
         std::string sDevice = rPort.sDevice;
         sDevice.resize(18);
-        const DWORD dwSpeed = bOld ? rPort.nSpeed == 0 : rPort.nSpeed;
-        return Answer(rRequest, sPort + sDevice + Le(1, rPort.dwStatus == 1) + Le(1, dwSpeed) + Le(1, !Field("external").empty()) +
-                                    Le(2, rPort.wAddress) + Le(4, rPort.dwOpenPipes) + Le(4, rPort.dwStatus) + rPort.sPipes);
+        const DWORD dwSpeed = NumberOf(rPort.Fields, "speed");
+        return Answer(rRequest, sPort + sDevice + Le(1, rPort.dwStatus == 1) + Le(1, bOld ? dwSpeed == 0 : dwSpeed) + Le(1, !sExternal.empty()) +
+                                    Le(2, NumberOf(rPort.Fields, "address")) + Le(4, rPort.dwOpenPipes) + Le(4, rPort.dwStatus) + rPort.sPipes);
     }
     if (rRequest.dwCode != 0x220410 || rRequest.In.size() < 12)
         return ERROR_INVALID_FUNCTION;

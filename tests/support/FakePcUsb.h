@@ -10,13 +10,13 @@
 #include "support/FakePcDevices.h"
 #include "support/FakePcIo.h"
 
+using CFakeFields = std::map<std::string, std::string>;
+
 // A port with what is plugged into it; status 0: nothing.
 struct CFakeUsbPort
 {
-    std::map<std::string, std::string> Fields; // "id", "key", "desc", "external" as the file has them
+    CFakeFields Fields; // what the file has and no member below
     DWORD dwStatus = 0;
-    BYTE nSpeed = 0;
-    WORD wAddress = 0;
     DWORD dwOpenPipes = 0;
     std::string sDevice, sConfiguration, sPipes;
     std::vector<WORD> Languages;
@@ -26,9 +26,7 @@ struct CFakeUsbPort
 struct CFakeUsbHub
 {
     std::string sName;
-    std::map<std::string, std::string> Fields; // the root hub: "id", "key", "desc"
-    WORD wCharacteristics = 0;
-    bool bBusPowered = false;
+    CFakeFields Fields; // as for a port
     std::vector<CFakeUsbPort> Ports;
 };
 
@@ -47,12 +45,9 @@ public:
 
 private:
     void Put(const std::vector<std::string>& Words, const std::string& sRest);
-    void AddNodes(CFakePcDevices& rDevices, CFakePcIo& rIo);
     void AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nHub, DEVINST hHub);
     CFakeAnswer Tampered(std::function<DWORD(CFakeRequest&)> answer);
-    DWORD AnswerController(CFakeRequest& rRequest);
     DWORD AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) const;
-    DWORD AnswerPort(const CFakeUsbPort& rPort, CFakeRequest& rRequest) const;
 
-    std::map<std::string, std::string> m_Controller;
+    CFakeFields m_Controller;
 };
