@@ -1,6 +1,8 @@
 // The Windows firewall, by the interface that the running Windows offers.
 #include "collect/NetworkFirewall.h"
 
+#include <cstring>
+
 #include "collect/NetworkInfoCollector.h"
 #include "collect/StepResult.h"
 #include "platform/ComInit.h"
@@ -10,6 +12,16 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
+
+// An enumeration that the platform filled in may hold any number; as an enumeration it must not even be read then.
+template <typename Enumeration>
+LONG NumberOf(const Enumeration& rValue)
+{
+    static_assert(sizeof rValue == sizeof(LONG));
+    LONG nValue;
+    std::memcpy(&nValue, &rValue, sizeof nValue);
+    return nValue;
+}
 
 constexpr CNameRow<LONG> OldProfileTable[] = {
     { NET_FW_PROFILE_DOMAIN, L"NET_FW_PROFILE_DOMAIN" },
@@ -115,7 +127,7 @@ void OutputRule(const CFunctionLog& log, CResultLog& rResultLog, INetFwRule* pRu
     rResultLog.WriteLine(L"--- Firewall is %ls.", EnableText(bEnabled));
     NET_FW_ACTION eAction = NET_FW_ACTION_BLOCK;
     log.Check(pRule->get_Action(&eAction), L"rule->get_Action() failed.[0x%08X]");
-    rResultLog.WriteLine(L"--- Action is %ls.", NameOf(ActionTable, eAction, L""));
+    rResultLog.WriteLine(L"--- Action is %ls.", NameOf(ActionTable, NumberOf(eAction), L""));
 }
 
 void OutputProfile(const CFunctionLog& log, CResultLog& rResultLog, INetFwPolicy2* pPolicy, NET_FW_PROFILE_TYPE2 eProfile)
@@ -127,9 +139,9 @@ void OutputProfile(const CFunctionLog& log, CResultLog& rResultLog, INetFwPolicy
     rResultLog.WriteLine(L"-- AllInboundTraffic is %ls", bValue == VARIANT_TRUE ? L"blocked" : L"not blocked");
     NET_FW_ACTION eAction = NET_FW_ACTION_BLOCK;
     log.Check(pPolicy->get_DefaultInboundAction(eProfile, &eAction), L"netFwPolicy->get_DefaultInboundAction() failed.[0x%08X]");
-    rResultLog.WriteLine(L"-- DefaultInboundAction is %ls", NameOf(ActionTable, eAction, L""));
+    rResultLog.WriteLine(L"-- DefaultInboundAction is %ls", NameOf(ActionTable, NumberOf(eAction), L""));
     log.Check(pPolicy->get_DefaultOutboundAction(eProfile, &eAction), L"netFwPolicy->get_DefaultOutboundAction() failed.[0x%08X]");
-    rResultLog.WriteLine(L"-- DefaultOutboundAction is %ls", NameOf(ActionTable, eAction, L""));
+    rResultLog.WriteLine(L"-- DefaultOutboundAction is %ls", NameOf(ActionTable, NumberOf(eAction), L""));
     log.Check(pPolicy->get_UnicastResponsesToMulticastBroadcastDisabled(eProfile, &bValue),
               L"netFwPolicy->get_UnicastResponsesToMulticastBroadcastDisabled() failed.[0x%08X]");
     rResultLog.WriteLine(L"-- UnicastResponses are %ls", bValue == VARIANT_TRUE ? L"disable" : L"enable");
@@ -160,7 +172,7 @@ HRESULT CNetworkInfoCollector::collectFirewallInfoForXP()
         const COldFirewall firewall(log);
         const CFirewallItems apps(log, firewall.pApps.Get(), AppsFailures);
         m_ResultLog.WriteLine(L"* Windows Firewall Info");
-        m_ResultLog.WriteLine(L"** Current Profile Type is %ls", NameOf(OldProfileTable, firewall.eProfile, L""));
+        m_ResultLog.WriteLine(L"** Current Profile Type is %ls", NameOf(OldProfileTable, NumberOf(firewall.eProfile), L""));
         m_ResultLog.WriteLine(L"- Firewall is %ls", EnableText(firewall.bEnabled));
         m_ResultLog.WriteLine(L"-- Application count is %d", apps.nCount);
         apps.ForEach<INetFwAuthorizedApplication>([&](INetFwAuthorizedApplication* pApp) { OutputApplication(log, m_ResultLog, pApp); });
