@@ -1,7 +1,7 @@
 // Starts the program and answers its message box, in step with the script that started this one:
 //   answer-box PROGRAM [ARGUMENT...]
-// Each thing that happens is one line on the output, in UTF-8. After a line with a window's place on the screen it waits
-// for a line of input, so that the script can take a picture of that window.
+// Each thing that happens is one line on the output, in UTF-8. After a line with a window's place on the screen it
+// waits for a line of input, so that the script can take a picture of that window.
 //   dialog WxH+X+Y           the progress dialog shows some progress
 //   outcome WxH+X+Y TEXT     the message box shows; it is answered with OK
 //   exit CODE                the program has ended
@@ -14,15 +14,20 @@
 #include <cstdio>
 #include <string>
 
-namespace {
+namespace
+{
 
 // The dialog and the message box have the same class and caption; only their controls tell them apart.
-enum : int { idProgressBar = 1001 };
+enum : int
+{
+    idProgressBar = 1001
+};
 
 HWND FindWindowOf(DWORD dwProcessId, int nControlId)
 {
     HWND hWnd = nullptr;
-    while ((hWnd = FindWindowExW(nullptr, hWnd, L"#32770", L"Kelvarin"))) {
+    while ((hWnd = FindWindowExW(nullptr, hWnd, L"#32770", L"Kelvarin")))
+    {
         DWORD dwOwnerId = 0;
         GetWindowThreadProcessId(hWnd, &dwOwnerId);
         if (dwOwnerId == dwProcessId && IsWindowVisible(hWnd) && GetDlgItem(hWnd, nControlId))
@@ -72,20 +77,24 @@ int wmain(int argc, wchar_t** argv)
     STARTUPINFOW start{};
     start.cb = sizeof start;
     PROCESS_INFORMATION process;
-    if (!CreateProcessW(nullptr, sCommand.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &process)) {
+    if (!CreateProcessW(nullptr, sCommand.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &start, &process))
+    {
         std::fprintf(stderr, "The program does not start. [%lu]\n", GetLastError());
         return 1;
     }
     bool bDialogSeen = false;
     HWND hAnswered = nullptr;
-    while (WaitForSingleObject(process.hProcess, 20) == WAIT_TIMEOUT) {
+    while (WaitForSingleObject(process.hProcess, 20) == WAIT_TIMEOUT)
+    {
         const HWND hDialog = bDialogSeen ? nullptr : FindWindowOf(process.dwProcessId, idProgressBar);
-        if (hDialog && SendDlgItemMessageW(hDialog, idProgressBar, PBM_GETPOS, 0, 0) > 0) {
+        if (hDialog && SendDlgItemMessageW(hDialog, idProgressBar, PBM_GETPOS, 0, 0) > 0)
+        {
             bDialogSeen = true;
             Present("dialog", hDialog, "");
         }
         const HWND hBox = FindWindowOf(process.dwProcessId, IDOK);
-        if (hBox && hBox != hAnswered) {
+        if (hBox && hBox != hAnswered)
+        {
             hAnswered = hBox;
             Present("outcome", hBox, BoxText(hBox));
             const HWND hButton = GetDlgItem(hBox, IDOK);

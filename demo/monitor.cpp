@@ -1,11 +1,12 @@
 // The sample product's service. It only runs until it is told to stop, and keeps a log of both.
-#include <windows.h>
 #include <shlobj.h>
+#include <windows.h>
 
 #include <cstdio>
 #include <string>
 
-namespace {
+namespace
+{
 
 wchar_t g_sServiceName[] = L"VlmMonitor";
 SERVICE_STATUS_HANDLE g_hStatus;
@@ -18,7 +19,8 @@ void WriteLog(const wchar_t* sText)
         return;
     const std::wstring sFolder = std::wstring(sData) + L"\\Tolvane Corporation\\Velmora";
     SHCreateDirectoryExW(nullptr, sFolder.c_str(), nullptr);
-    if (FILE* const pFile = _wfopen((sFolder + L"\\monitor.log").c_str(), L"a")) {
+    if (FILE* const pFile = _wfopen((sFolder + L"\\monitor.log").c_str(), L"a"))
+    {
         SYSTEMTIME now;
         GetLocalTime(&now);
         std::fwprintf(pFile, L"%04u-%02u-%02u %02u:%02u:%02u %ls\n", now.wYear, now.wMonth, now.wDay, now.wHour,
@@ -39,7 +41,8 @@ void ReportState(DWORD dwState, DWORD dwError = NO_ERROR)
 
 DWORD WINAPI Control(DWORD dwControl, DWORD, void*, void*)
 {
-    switch (dwControl) {
+    switch (dwControl)
+    {
     case SERVICE_CONTROL_STOP:
     case SERVICE_CONTROL_SHUTDOWN:
         ReportState(SERVICE_STOP_PENDING);
@@ -58,7 +61,8 @@ void WINAPI ServiceMain(DWORD, wchar_t**)
     if (!g_hStatus)
         return;
     g_hStop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    if (!g_hStop) {
+    if (!g_hStop)
+    {
         ReportState(SERVICE_STOPPED, GetLastError());
         return;
     }
@@ -74,6 +78,6 @@ void WINAPI ServiceMain(DWORD, wchar_t**)
 
 int wmain()
 {
-    const SERVICE_TABLE_ENTRYW services[] = {{g_sServiceName, ServiceMain}, {nullptr, nullptr}};
+    const SERVICE_TABLE_ENTRYW services[] = { { g_sServiceName, ServiceMain }, { nullptr, nullptr } };
     return StartServiceCtrlDispatcherW(services) ? 0 : static_cast<int>(GetLastError());
 }

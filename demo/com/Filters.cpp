@@ -165,7 +165,8 @@ public:
 private:
     void* Find(REFIID riid) override
     {
-        return riid == IID_IPersist || riid == IID_IMediaFilter ? static_cast<IBaseFilter*>(this) : CUnknown::Find(riid);
+        return riid == IID_IPersist || riid == IID_IMediaFilter ? static_cast<IBaseFilter*>(this)
+                                                                : CUnknown::Find(riid);
     }
     HRESULT SetState(FILTER_STATE eState)
     {

@@ -23,7 +23,10 @@ struct CBehavior
     std::wstring sWords;
     std::wstring sModule;
 
-    bool Has(const std::wstring& sWord) const { return (L' ' + sWords + L' ').find(L' ' + sWord + L' ') != std::wstring::npos; }
+    bool Has(const std::wstring& sWord) const
+    {
+        return (L' ' + sWords + L' ').find(L' ' + sWord + L' ') != std::wstring::npos;
+    }
 };
 
 IUnknown* MakeProductObject(REFCLSID rClsid, const CBehavior& rBehavior);

@@ -122,7 +122,10 @@ private:
         if (m_pMarshaler != nullptr)
             m_pMarshaler->Release();
     }
-    void* Find(REFIID riid) override { return riid == IID_IPersist ? static_cast<IPersist*>(this) : CUnknown::Find(riid); }
+    void* Find(REFIID riid) override
+    {
+        return riid == IID_IPersist ? static_cast<IPersist*>(this) : CUnknown::Find(riid);
+    }
 
     bool IsAnswered() const
     {

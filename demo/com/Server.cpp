@@ -70,7 +70,8 @@ std::wstring ReadText(const std::wstring& sKey, const wchar_t* pName)
 {
     wchar_t aText[512] = L"";
     DWORD dwBytes = sizeof aText;
-    const LONG nResult = ::RegGetValueW(HKEY_LOCAL_MACHINE, sKey.c_str(), pName, RRF_RT_REG_SZ, nullptr, aText, &dwBytes);
+    const LONG nResult = ::RegGetValueW(HKEY_LOCAL_MACHINE, sKey.c_str(), pName, RRF_RT_REG_SZ, nullptr, aText,
+                                        &dwBytes);
     return nResult == ERROR_SUCCESS ? aText : L"";
 }
 
@@ -135,11 +136,14 @@ class CProxyFactory final : public CUnknown<IPSFactoryBuffer>
 public:
     STDMETHODIMP CreateProxy(IUnknown* pOuter, REFIID riid, IRpcProxyBuffer** ppProxy, void** ppInterface) override
     {
-        return Lend(riid, [&](IPSFactoryBuffer* pLender) { return pLender->CreateProxy(pOuter, IID_IPersist, ppProxy, ppInterface); });
+        return Lend(riid, [&](IPSFactoryBuffer* pLender) {
+            return pLender->CreateProxy(pOuter, IID_IPersist, ppProxy, ppInterface);
+        });
     }
     STDMETHODIMP CreateStub(REFIID riid, IUnknown* pServer, IRpcStubBuffer** ppStub) override
     {
-        return Lend(riid, [&](IPSFactoryBuffer* pLender) { return pLender->CreateStub(IID_IPersist, pServer, ppStub); });
+        return Lend(riid,
+                    [&](IPSFactoryBuffer* pLender) { return pLender->CreateStub(IID_IPersist, pServer, ppStub); });
     }
 
 private:
@@ -152,7 +156,8 @@ private:
         IPSFactoryBuffer* pLender = nullptr;
         HRESULT hr = ::CoGetPSClsid(IID_IPersist, &clsid);
         if (SUCCEEDED(hr))
-            hr = ::CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_IPSFactoryBuffer, reinterpret_cast<void**>(&pLender));
+            hr = ::CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_IPSFactoryBuffer,
+                                    reinterpret_cast<void**>(&pLender));
         if (FAILED(hr))
             return hr;
         hr = use(pLender);
@@ -161,7 +166,8 @@ private:
     }
 };
 
-LONG RegisterClass(REFCLSID rClsid, const std::wstring& sName, const wchar_t* pThreadingModel, const std::wstring& sServer)
+LONG RegisterClass(REFCLSID rClsid, const std::wstring& sName, const wchar_t* pThreadingModel,
+                   const std::wstring& sServer)
 {
     const std::wstring sKey = ClassKey(rClsid);
     LONG nResult = WriteText(sKey, nullptr, sName);
@@ -187,7 +193,8 @@ STDAPI DllGetClassObject(REFCLSID rClsid, REFIID riid, void** ppObject)
     s_bUnloadEarly = behavior.Has(L"unload-early");
     if (behavior.Has(L"no-class"))
         return CLASS_E_CLASSNOTAVAILABLE;
-    IUnknown* const pFactory = rClsid == ClsidProxy ? static_cast<IUnknown*>(new CProxyFactory) : new CFactory(rClsid, behavior);
+    IUnknown* const pFactory = rClsid == ClsidProxy ? static_cast<IUnknown*>(new CProxyFactory)
+                                                    : new CFactory(rClsid, behavior);
     const HRESULT hr = pFactory->QueryInterface(riid, ppObject);
     pFactory->Release();
     return hr;
@@ -217,7 +224,8 @@ STDAPI DllRegisterServer()
     }
     // The module that the codec host brings in stands beside this one.
     if (nResult == ERROR_SUCCESS)
-        nResult = WriteText(ClassKey(OwnId(0x07)), L"Module", sServer.substr(0, sServer.rfind(L'\\') + 1) + L"VlmCodecs.dll");
+        nResult = WriteText(ClassKey(OwnId(0x07)), L"Module",
+                            sServer.substr(0, sServer.rfind(L'\\') + 1) + L"VlmCodecs.dll");
     return nResult == ERROR_SUCCESS ? S_OK : HRESULT_FROM_WIN32(nResult);
 }
 

@@ -8,8 +8,7 @@
 
 // Adds no operation to IPersist, whose proxy therefore serves for this one too.
 struct IVlmIdentity : IPersist
-{
-};
+{};
 __CRT_UUID_DECL(IVlmIdentity, 0x5D0E6B10, 0x3C44, 0x4F0A, 0x9A, 0x41, 0x7B, 0x1C, 0x2D, 0x9E, 0x60, 0x01)
 
 // Has no proxy: it can be had in the object's own apartment only.

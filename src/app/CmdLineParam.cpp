@@ -19,7 +19,8 @@ const std::wstring& ProcessTimestamp()
 {
     static const std::wstring s_sStamp = [] {
         const SYSTEMTIME Now = LocalNow();
-        return FormatText(L"%04u-%02u-%02u-%02u%02u%02u", Now.wYear, Now.wMonth, Now.wDay, Now.wHour, Now.wMinute, Now.wSecond);
+        return FormatText(L"%04u-%02u-%02u-%02u%02u%02u", Now.wYear, Now.wMonth, Now.wDay, Now.wHour, Now.wMinute,
+                          Now.wSecond);
     }();
     return s_sStamp;
 }
@@ -126,6 +127,7 @@ void CCmdLineParam::ParsePath(std::wstring_view sText)
     {
         std::wstring_view sWord;
         std::wstring& rsField;
+        // clang-format off
     } aPaths[] = {
         { L"file", m_sFilePath },
         { L"result", m_sResultDirPath },
@@ -133,6 +135,7 @@ void CCmdLineParam::ParsePath(std::wstring_view sText)
         { L"nuvex", m_sNuvexDirPath },
         { L"registry", m_sRegistryPath },
     };
+    // clang-format on
     for (const auto& rPath : aPaths)
     {
         if (sText.starts_with(rPath.sWord))

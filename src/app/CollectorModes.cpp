@@ -71,11 +71,17 @@ HRESULT CKelvarinApp::CollectVlmInfo(const CCmdLineParam& rParam)
     const std::wstring& sNuvex = rParam.GetNuvexDirPath();
     const std::wstring& sRegistry = rParam.GetRegistryPath();
     const std::wstring& sOut = rParam.GetOutDirPath();
-    return RunFrame(log, { { sRepository, L"sRepositoryDirPath" }, { sNuvex, L"sNuvexDirPath" }, { sRegistry, L"sRegistryPath" }, { sOut, L"sOutDirPath" } }, [&] {
-        const HRESULT hr = CVlmInfoCollector().Collect(sRepository, sNuvex, sRegistry, sOut);
-        log.Error(L"CVlmInfoCollector::Collect( \"%s\", \"%s\", \"%s\", \"%s\" ) [0x%08X]", sRepository, sNuvex, sRegistry, sOut, hr);
-        return hr;
-    });
+    return RunFrame(log,
+                    { { sRepository, L"sRepositoryDirPath" },
+                      { sNuvex, L"sNuvexDirPath" },
+                      { sRegistry, L"sRegistryPath" },
+                      { sOut, L"sOutDirPath" } },
+                    [&] {
+                        const HRESULT hr = CVlmInfoCollector().Collect(sRepository, sNuvex, sRegistry, sOut);
+                        log.Error(L"CVlmInfoCollector::Collect( \"%s\", \"%s\", \"%s\", \"%s\" ) [0x%08X]", sRepository,
+                                  sNuvex, sRegistry, sOut, hr);
+                        return hr;
+                    });
 }
 
 HRESULT CKelvarinApp::CollectSystemInfo(const CCmdLineParam& rParam)
@@ -92,31 +98,36 @@ HRESULT CKelvarinApp::CollectSystemInfo(const CCmdLineParam& rParam)
 HRESULT CKelvarinApp::CollectRegistryInfo(const CCmdLineParam& rParam)
 {
     CFunctionLog log;
-    return RunFolderFrame(log, rParam, L"CRegInfoCollector::Collect", [](const std::wstring& sOut) { return CRegInfoCollector().Collect(sOut); });
+    return RunFolderFrame(log, rParam, L"CRegInfoCollector::Collect",
+                          [](const std::wstring& sOut) { return CRegInfoCollector().Collect(sOut); });
 }
 
 HRESULT CKelvarinApp::CollectApplicationInfo(const CCmdLineParam& rParam)
 {
     CFunctionLog log;
-    return RunFolderFrame(log, rParam, L"CApplicationInfoCollector::Collect", [](const std::wstring& sOut) { return CApplicationInfoCollector().Collect(sOut); });
+    return RunFolderFrame(log, rParam, L"CApplicationInfoCollector::Collect",
+                          [](const std::wstring& sOut) { return CApplicationInfoCollector().Collect(sOut); });
 }
 
 HRESULT CKelvarinApp::CollectInstallerInfo(const CCmdLineParam& rParam)
 {
     CFunctionLog log;
-    return RunFolderFrame(log, rParam, L"CInstallerInfoCollector::Collect", [](const std::wstring& sOut) { return CInstallerInfoCollector().Collect(sOut); });
+    return RunFolderFrame(log, rParam, L"CInstallerInfoCollector::Collect",
+                          [](const std::wstring& sOut) { return CInstallerInfoCollector().Collect(sOut); });
 }
 
 HRESULT CKelvarinApp::CollectHardwareInfo(const CCmdLineParam& rParam)
 {
     CFunctionLog log;
-    return RunFolderFrame(log, rParam, L"CHardwareInfoCollector::Collect", [](const std::wstring& sOut) { return CHardwareInfoCollector().Collect(sOut); });
+    return RunFolderFrame(log, rParam, L"CHardwareInfoCollector::Collect",
+                          [](const std::wstring& sOut) { return CHardwareInfoCollector().Collect(sOut); });
 }
 
 HRESULT CKelvarinApp::CollectDriverInfo(const CCmdLineParam& rParam)
 {
     CFunctionLog log;
-    return RunFolderFrame(log, rParam, L"CDriverInfoCollector::Collect", [](const std::wstring& sOut) { return CDriverInfoCollector().Collect(sOut); });
+    return RunFolderFrame(log, rParam, L"CDriverInfoCollector::Collect",
+                          [](const std::wstring& sOut) { return CDriverInfoCollector().Collect(sOut); });
 }
 
 HRESULT CKelvarinApp::CollectLicenseFile(const CCmdLineParam& rParam)
@@ -137,23 +148,27 @@ HRESULT CKelvarinApp::CollectLogFile(const CCmdLineParam& rParam)
     const std::wstring& sRepository = rParam.GetRepositoryDirPath();
     const std::wstring& sNuvex = rParam.GetNuvexDirPath();
     const std::wstring& sOut = rParam.GetOutDirPath();
-    return RunFrame(log, { { sRepository, L"sRepositoryDirPath" }, { sNuvex, L"sNuvexDirPath" }, { sOut, L"sOutDirPath" } }, [&] {
-        const HRESULT hr = CLogCollector().Collect(sRepository, sNuvex, rParam.m_bSxS, sOut);
-        log.Error(L"CLogCollector::Collect( SxS:%s, \"%s\", \"%s\", \"%s\" ) [0x%08X]", TrueOrFalse(rParam.m_bSxS), sRepository, sNuvex, sOut, hr);
-        return hr;
-    });
+    return RunFrame(
+        log, { { sRepository, L"sRepositoryDirPath" }, { sNuvex, L"sNuvexDirPath" }, { sOut, L"sOutDirPath" } }, [&] {
+            const HRESULT hr = CLogCollector().Collect(sRepository, sNuvex, rParam.m_bSxS, sOut);
+            log.Error(L"CLogCollector::Collect( SxS:%s, \"%s\", \"%s\", \"%s\" ) [0x%08X]", TrueOrFalse(rParam.m_bSxS),
+                      sRepository, sNuvex, sOut, hr);
+            return hr;
+        });
 }
 
 HRESULT CKelvarinApp::CollectAsioInfo(const CCmdLineParam& rParam)
 {
     CFunctionLog log;
-    return RunFolderFrame(log, rParam, L"CAsioInfoCollector::Collect", [](const std::wstring& sOut) { return CAsioInfoCollector().Collect(sOut); });
+    return RunFolderFrame(log, rParam, L"CAsioInfoCollector::Collect",
+                          [](const std::wstring& sOut) { return CAsioInfoCollector().Collect(sOut); });
 }
 
 HRESULT CKelvarinApp::CrateBackupImage(const CCmdLineParam& rParam)
 {
     CFunctionLog log;
-    return RunFolderFrame(log, rParam, L"CBackUpImageMaker::MakeBackUpImage", [](const std::wstring& sOut) { return CBackUpImageMaker().MakeBackUpImage(sOut); });
+    return RunFolderFrame(log, rParam, L"CBackUpImageMaker::MakeBackUpImage",
+                          [](const std::wstring& sOut) { return CBackUpImageMaker().MakeBackUpImage(sOut); });
 }
 
 // Whatever the module says, the mode has succeeded.

@@ -40,7 +40,8 @@ private:
     void RunMainTask(const CFunctionLog& log);
     unsigned ExecuteWorkerThread();
     void RunWorker(const CFunctionLog& log);
-    HRESULT GetLogFilePath(std::wstring& rsLogDirPath, std::wstring& rsResultDirPath, std::wstring& rsResultFilePath) const;
+    HRESULT GetLogFilePath(std::wstring& rsLogDirPath, std::wstring& rsResultDirPath,
+                           std::wstring& rsResultFilePath) const;
 
     // The collectors' modes; each gives its collector's result. They touch no member.
     HRESULT CollectVlmInfo(const CCmdLineParam& rParam);

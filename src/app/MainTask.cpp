@@ -78,7 +78,8 @@ void CKelvarinApp::RunWorker(const CFunctionLog& log)
     log.Check(com.GetResult(), L"COpdComInit::GetResult() failed. [0x%08X]");
 
     std::wstring sLogDirPath, sResultDirPath, sResultFilePath;
-    log.Check(GetLogFilePath(sLogDirPath, sResultDirPath, sResultFilePath), L"CKelvarinApp::GetLogFilePath() failed. [0x%08X]");
+    log.Check(GetLogFilePath(sLogDirPath, sResultDirPath, sResultFilePath),
+              L"CKelvarinApp::GetLogFilePath() failed. [0x%08X]");
     CResultLog resultLog;
     log.Check(resultLog.Open(sResultFilePath, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sResultFilePath);
 
@@ -96,22 +97,26 @@ void CKelvarinApp::RunWorker(const CFunctionLog& log)
 
     m_ProgressDlg.UpdateProgress(m_sClientName, 10, L"Collecting information...");
     CCollectInfoManager collection;
-    log.Check(collection.CollectPcInformation(m_CmdLineParam.m_bSilent, config, sModulePath, sLogDirPath, sResultDirPath),
-              L"CCollectInfoManager::CollectPcInformation() failed. [0x%08X]");
+    log.Check(
+        collection.CollectPcInformation(m_CmdLineParam.m_bSilent, config, sModulePath, sLogDirPath, sResultDirPath),
+        L"CCollectInfoManager::CollectPcInformation() failed. [0x%08X]");
     CInstallCheckManager manager(config, resultLog, sLogDirPath);
-    log.Check(manager.CheckInstallationStatus(&m_nFailedCount), L"CInstallCheckManager::CheckInstallationStatus() failed. [0x%08X]");
+    log.Check(manager.CheckInstallationStatus(&m_nFailedCount),
+              L"CInstallCheckManager::CheckInstallationStatus() failed. [0x%08X]");
 
     m_hResult = S_OK;
     m_ProgressDlg.UpdateProgress(m_sClientName, 100, L"Completed.");
     ::Sleep(CompletedPause);
 }
 
-HRESULT CKelvarinApp::GetLogFilePath(std::wstring& rsLogDirPath, std::wstring& rsResultDirPath, std::wstring& rsResultFilePath) const
+HRESULT CKelvarinApp::GetLogFilePath(std::wstring& rsLogDirPath, std::wstring& rsResultDirPath,
+                                     std::wstring& rsResultFilePath) const
 {
     CFunctionLog log;
     return log.Run([&] {
         log.Check(m_CmdLineParam.GetLogDirPath(rsLogDirPath), L"CCmdLineParam::GetLogDirPath() failed. [0x%08X]");
-        log.Check(m_CmdLineParam.GetResultDirPath(rsResultDirPath), L"CCmdLineParam::GetResultDirPath() failed. [0x%08X]");
+        log.Check(m_CmdLineParam.GetResultDirPath(rsResultDirPath),
+                  L"CCmdLineParam::GetResultDirPath() failed. [0x%08X]");
         rsResultFilePath = JoinPath(rsResultDirPath, L"InstallCheckResult.txt");
     });
 }

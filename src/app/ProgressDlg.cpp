@@ -12,7 +12,8 @@ HWND CProgressDlg::Create(HWND hParent)
 {
     const INITCOMMONCONTROLSEX Controls{ sizeof Controls, ICC_PROGRESS_CLASS | ICC_STANDARD_CLASSES };
     ::InitCommonControlsEx(&Controls);
-    return ::CreateDialogParamW(::GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_PROGRESS), hParent, GetDialogProc(), reinterpret_cast<LPARAM>(this));
+    return ::CreateDialogParamW(::GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_PROGRESS), hParent, GetDialogProc(),
+                                reinterpret_cast<LPARAM>(this));
 }
 
 void CProgressDlg::CenterWindow() const
@@ -20,7 +21,8 @@ void CProgressDlg::CenterWindow() const
     RECT Window;
     MONITORINFO Monitor{};
     Monitor.cbSize = sizeof Monitor;
-    if (!::GetWindowRect(m_hWnd, &Window) || !::GetMonitorInfoW(::MonitorFromWindow(m_hWnd, MONITOR_DEFAULTTONEAREST), &Monitor))
+    if (!::GetWindowRect(m_hWnd, &Window) ||
+        !::GetMonitorInfoW(::MonitorFromWindow(m_hWnd, MONITOR_DEFAULTTONEAREST), &Monitor))
         return;
     const RECT& rArea = Monitor.rcWork;
     const LONG nLeft = std::max(rArea.left, (rArea.left + rArea.right - (Window.right - Window.left)) / 2);

@@ -9,7 +9,8 @@
 
 // Ends the check of one entry: the text goes to the result file, then to the log, and hr is thrown.
 template <typename... Args>
-[[noreturn]] void FailEntry(const CFunctionLog& log, CResultLog& rResultLog, HRESULT hr, CFormat<Args...> format, const Args&... args)
+[[noreturn]] void FailEntry(const CFunctionLog& log, CResultLog& rResultLog, HRESULT hr, CFormat<Args...> format,
+                            const Args&... args)
 {
     rResultLog.WriteLine<Args...>(format, args...);
     log.Throw<Args...>(hr, format, args...);
@@ -18,7 +19,8 @@ template <typename... Args>
 // For each record: posts textOf(record) at its position and calls check(record); a negative result is handed to
 // tell(record, hr), counts, and ends nothing.
 template <typename Records, typename TextOf, typename Check, typename Tell>
-void WalkRecords(const CProgressClient& rProgress, const Records& rRecords, UINT32* pulFailed, const TextOf& textOf, const Check& check, const Tell& tell)
+void WalkRecords(const CProgressClient& rProgress, const Records& rRecords, UINT32* pulFailed, const TextOf& textOf,
+                 const Check& check, const Tell& tell)
 {
     UINT32 nPosition = 0;
     for (const auto& rRecord : rRecords)

@@ -35,7 +35,8 @@ bool IsInstalledModule(const std::wstring& sModule, std::wstring_view sFolder)
 
 } // namespace
 
-CComInfoChecker::CComInfoChecker(CResultLog& rResultLog, const std::wstring& sLogDirPath, const std::vector<CComObjectInfo>& rInfos)
+CComInfoChecker::CComInfoChecker(CResultLog& rResultLog, const std::wstring& sLogDirPath,
+                                 const std::vector<CComObjectInfo>& rInfos)
     : m_rResultLog(rResultLog),
       m_sLogDirPath(sLogDirPath),
       m_rInfos(rInfos),
@@ -49,7 +50,8 @@ HRESULT CComInfoChecker::CheckComObjectInfos(bool bSxS, UINT32* pulFailed)
     return log.Run([&] {
         *pulFailed = 0;
         WalkRecords(
-            m_Progress, m_rInfos, pulFailed, [](const CComObjectInfo& rInfo) { return FormatText(L"Checking COM modules...(\"%s\")", rInfo.sName); },
+            m_Progress, m_rInfos, pulFailed,
+            [](const CComObjectInfo& rInfo) { return FormatText(L"Checking COM modules...(\"%s\")", rInfo.sName); },
             [&](const CComObjectInfo& rInfo) { return CheckComObjectInfo(rInfo, pulFailed); },
             [&](const CComObjectInfo&, HRESULT hr) { log.Warning(L"CheckComObjectInfo() failed.[0x%08X]", hr); });
         WriteLoadedModules(log, bSxS, pulFailed);
@@ -71,14 +73,16 @@ HRESULT CComInfoChecker::CheckComObjectInfo(const CComObjectInfo& rInfo, UINT32*
 }
 
 // A run that could not even be made counts here and, by the code that it throws, once more at the caller.
-void CComInfoChecker::CheckInApartment(const CFunctionLog& log, const CComObjectInfo& rInfo, DWORD dwApartment, UINT32* pulFailed)
+void CComInfoChecker::CheckInApartment(const CFunctionLog& log, const CComObjectInfo& rInfo, DWORD dwApartment,
+                                       UINT32* pulFailed)
 {
     UINT32 nFailed = 0;
     const HRESULT hr = CComObjectChecker(m_rResultLog, m_Modules, dwApartment, rInfo).CheckComObject(&nFailed);
     if (FAILED(hr))
     {
         ++*pulFailed;
-        FailEntry(log, m_rResultLog, E_FAIL, L"Failed: CheckComObject( %s ) failed.[clsid:\"%s\"]", CComObjectChecker::ApartmentText(dwApartment), rInfo.sName);
+        FailEntry(log, m_rResultLog, E_FAIL, L"Failed: CheckComObject( %s ) failed.[clsid:\"%s\"]",
+                  CComObjectChecker::ApartmentText(dwApartment), rInfo.sName);
     }
     *pulFailed += nFailed;
 }

@@ -28,14 +28,19 @@ constexpr const wchar_t* Anywhere = L"ANYWHERE";
 bool IsSamePath(const std::wstring& sLeft, const std::wstring& sRight)
 {
     std::wstring sAbsoluteLeft, sAbsoluteRight;
-    return SUCCEEDED(COpdFileHelper::GetAbsolutePath(sLeft, sAbsoluteLeft)) && SUCCEEDED(COpdFileHelper::GetAbsolutePath(sRight, sAbsoluteRight)) &&
+    return SUCCEEDED(COpdFileHelper::GetAbsolutePath(sLeft, sAbsoluteLeft)) &&
+           SUCCEEDED(COpdFileHelper::GetAbsolutePath(sRight, sAbsoluteRight)) &&
            EqualsNoCase(sAbsoluteLeft, sAbsoluteRight);
 }
 
 } // namespace
 
-CComInfoChecker::CComObjectChecker::CComObjectChecker(CResultLog& rResultLog, std::set<std::wstring>& rModules, DWORD dwApartment, const CComObjectInfo& rInfo)
-    : m_rResultLog(rResultLog), m_rModules(rModules), m_dwApartment(dwApartment), m_rInfo(rInfo)
+CComInfoChecker::CComObjectChecker::CComObjectChecker(CResultLog& rResultLog, std::set<std::wstring>& rModules,
+                                                      DWORD dwApartment, const CComObjectInfo& rInfo)
+    : m_rResultLog(rResultLog),
+      m_rModules(rModules),
+      m_dwApartment(dwApartment),
+      m_rInfo(rInfo)
 {
 }
 
@@ -103,8 +108,8 @@ void CComInfoChecker::CComObjectChecker::TestObject(const CFunctionLog& log, COb
         EndTest(log, hr, L"Failed: CoCreateInstance(GIT) failed.[0x%08X]", hr);
     hr = rObject.Create(m_rInfo.clsid, IID_IUnknown);
     if (FAILED(hr))
-        EndTest(log, hr, L"Failed: CoCreateInstance() failed.[0x%08X][%s][name:\"%s\" %s]", hr, ApartmentText(m_dwApartment), m_rInfo.sName,
-                GuidText(log, m_rInfo.clsid));
+        EndTest(log, hr, L"Failed: CoCreateInstance() failed.[0x%08X][%s][name:\"%s\" %s]", hr,
+                ApartmentText(m_dwApartment), m_rInfo.sName, GuidText(log, m_rInfo.clsid));
     if (m_rInfo.bAllApartments)
         AskAcross(log, rObject);
     else
@@ -112,13 +117,15 @@ void CComInfoChecker::CComObjectChecker::TestObject(const CFunctionLog& log, COb
     if (m_rInfo.nRegType == CComObjectInfo::RegType_Sxs)
         CheckNotRegistered(log);
     if (m_nFailed == 0)
-        m_rResultLog.WriteLine(L"Succeeded: Check COM Object Info. [%s][name:\"%s\"]", ApartmentText(m_dwApartment), m_rInfo.sName);
+        m_rResultLog.WriteLine(L"Succeeded: Check COM Object Info. [%s][name:\"%s\"]", ApartmentText(m_dwApartment),
+                               m_rInfo.sName);
 }
 
 // From both kinds of apartment, one after the other, the MTA first whatever this one is.
 void CComInfoChecker::CComObjectChecker::AskAcross(const CFunctionLog& log, const CObjectRef<IUnknown>& rObject)
 {
-    const HRESULT hr = CallObject([&] { return m_pGit->RegisterInterfaceInGlobal(rObject.Get(), IID_IUnknown, &m_dwCookie); });
+    const HRESULT hr = CallObject(
+        [&] { return m_pGit->RegisterInterfaceInGlobal(rObject.Get(), IID_IUnknown, &m_dwCookie); });
     if (FAILED(hr))
         EndTest(log, hr, L"Failed: RegisterInterfaceInGlobal() failed.[0x%08X][%s]", hr, ApartmentText(m_dwApartment));
     // The names of the threads stand crosswise in the two texts; scripts know them so.
@@ -126,7 +133,8 @@ void CComInfoChecker::CComObjectChecker::AskAcross(const CFunctionLog& log, cons
     RunAsking(log, &CComObjectChecker::CheckInterfaceSTA, L"CheckInterfaceSTA", L"pThreadMTA");
 }
 
-void CComInfoChecker::CComObjectChecker::RunAsking(const CFunctionLog& log, unsigned (CComObjectChecker::*pBody)(), const wchar_t* pBodyName, const wchar_t* pThreadName)
+void CComInfoChecker::CComObjectChecker::RunAsking(const CFunctionLog& log, unsigned (CComObjectChecker::*pBody)(),
+                                                   const wchar_t* pBodyName, const wchar_t* pThreadName)
 {
     const auto pThread = OpdBeginThread(this, pBody);
     if (pThread == nullptr)
@@ -182,8 +190,8 @@ HRESULT CComInfoChecker::CComObjectChecker::CheckObjectForSxSDummy()
         CObjectRef<IUnknown> pObject;
         const HRESULT hr = CFunctionLog::Try([&] {
             if (SUCCEEDED(pObject.Create(m_rInfo.clsid, IID_IUnknown)))
-                EndTest(log, E_FAIL, L"Failed: CoCreateInstance() succeeded.[%s][name:\"%s\" %s]", ApartmentText(m_dwApartment), m_rInfo.sName,
-                        GuidText(log, m_rInfo.clsid));
+                EndTest(log, E_FAIL, L"Failed: CoCreateInstance() succeeded.[%s][name:\"%s\" %s]",
+                        ApartmentText(m_dwApartment), m_rInfo.sName, GuidText(log, m_rInfo.clsid));
             CheckNotRegistered(log);
         });
         pObject.Release();
@@ -200,7 +208,8 @@ unsigned CComInfoChecker::CComObjectChecker::CheckInterfaceCatching(DWORD dwApar
     }
     catch (...)
     {
-        constexpr CFormat<const wchar_t*, const wchar_t*, std::wstring> Failed(L"Failed: Unknown exception.[%s -> %s][clsid:\"%s\"]");
+        constexpr CFormat<const wchar_t*, const wchar_t*, std::wstring> Failed(
+            L"Failed: Unknown exception.[%s -> %s][clsid:\"%s\"]");
         CountFailure(Failed, ApartmentText(m_dwApartment), ApartmentText(dwApartment), m_rInfo.sName);
         log.Error(Failed, ApartmentText(m_dwApartment), ApartmentText(dwApartment), m_rInfo.sName);
         return log.Result(static_cast<unsigned>(-1));
@@ -224,7 +233,8 @@ void CComInfoChecker::CComObjectChecker::AskMarshalled(const CFunctionLog& log, 
     const wchar_t* const pFrom = ApartmentText(m_dwApartment);
     const wchar_t* const pTo = ApartmentText(dwApartment);
     CObjectRef<IUnknown> pObject;
-    const HRESULT hrObject = pObject.Fill([&](void** ppObject) { return m_pGit->GetInterfaceFromGlobal(m_dwCookie, IID_IUnknown, ppObject); });
+    const HRESULT hrObject = pObject.Fill(
+        [&](void** ppObject) { return m_pGit->GetInterfaceFromGlobal(m_dwCookie, IID_IUnknown, ppObject); });
     // Not counted: "Succeeded: Check COM Object Info." follows this line, and always has.
     if (FAILED(hrObject))
         FailEntry(log, m_rResultLog, hrObject, L"Failed: GetInterfaceFromGlobal() failed.[0x%08X]", hrObject);
@@ -235,11 +245,13 @@ void CComInfoChecker::CComObjectChecker::AskMarshalled(const CFunctionLog& log, 
         pInterface.Release();
         if (SUCCEEDED(hr))
         {
-            m_rResultLog.WriteLine(L"Succeeded: Check Interface. [%s -> %s][clsid:\"%s\" iid:\"%s\"]", pFrom, pTo, m_rInfo.sName, sName);
+            m_rResultLog.WriteLine(L"Succeeded: Check Interface. [%s -> %s][clsid:\"%s\" iid:\"%s\"]", pFrom, pTo,
+                                   m_rInfo.sName, sName);
             continue;
         }
-        constexpr CFormat<HRESULT, const wchar_t*, const wchar_t*, std::wstring, std::wstring, std::wstring, std::wstring> Failed(
-            L"Failed: QueryInterface() failed.[0x%08X][%s -> %s][clsid:\"%s\" %s, iid:\"%s\" %s]");
+        constexpr CFormat<HRESULT, const wchar_t*, const wchar_t*, std::wstring, std::wstring, std::wstring,
+                          std::wstring>
+            Failed(L"Failed: QueryInterface() failed.[0x%08X][%s -> %s][clsid:\"%s\" %s, iid:\"%s\" %s]");
         const std::wstring sClsid = GuidText(log, m_rInfo.clsid);
         const std::wstring sIid = GuidText(log, iid);
         CountFailure(Failed, hr, pFrom, pTo, m_rInfo.sName, sClsid, sName, sIid);
@@ -251,7 +263,8 @@ void CComInfoChecker::CComObjectChecker::AskMarshalled(const CFunctionLog& log, 
 bool CComInfoChecker::CComObjectChecker::StartApartment(const CComApartment& rApartment, DWORD dwApartment)
 {
     if (FAILED(rApartment.GetResult()))
-        CountFailure(L"Failed: CoInitializeEx( %s ) failed.[0x%08X]", ApartmentText(dwApartment), rApartment.GetResult());
+        CountFailure(L"Failed: CoInitializeEx( %s ) failed.[0x%08X]", ApartmentText(dwApartment),
+                     rApartment.GetResult());
     return SUCCEEDED(rApartment.GetResult());
 }
 

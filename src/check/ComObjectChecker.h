@@ -14,7 +14,8 @@ class CComInfoChecker::CComObjectChecker
 public:
     // All are borrowed. dwApartment is COINIT_MULTITHREADED or COINIT_APARTMENTTHREADED. rModules takes the paths of
     // the modules that are loaded while the object lives.
-    CComObjectChecker(CResultLog& rResultLog, std::set<std::wstring>& rModules, DWORD dwApartment, const CComObjectInfo& rInfo);
+    CComObjectChecker(CResultLog& rResultLog, std::set<std::wstring>& rModules, DWORD dwApartment,
+                      const CComObjectInfo& rInfo);
 
     // Runs the test on a thread of its own and waits for it, without a limit; gives the number of failures found.
     HRESULT CheckComObject(UINT32* pulFailed);
@@ -32,7 +33,8 @@ private:
     HRESULT CheckObject();
     void TestObject(const CFunctionLog& log, CObjectRef<IUnknown>& rObject);
     void AskAcross(const CFunctionLog& log, const CObjectRef<IUnknown>& rObject);
-    void RunAsking(const CFunctionLog& log, unsigned (CComObjectChecker::*pBody)(), const wchar_t* pBodyName, const wchar_t* pThreadName);
+    void RunAsking(const CFunctionLog& log, unsigned (CComObjectChecker::*pBody)(), const wchar_t* pBodyName,
+                   const wchar_t* pThreadName);
     void AskHere(const CFunctionLog& log, const CObjectRef<IUnknown>& rObject);
     void CheckNotRegistered(const CFunctionLog& log);
     void Revoke();

@@ -22,7 +22,8 @@ std::optional<std::wstring> RegisteredServer(const CFunctionLog& log, const CLSI
 {
     CRegKey reg;
     std::wstring sPath;
-    if (reg.Open(HKEY_CLASSES_ROOT, FormatText(L"CLSID\\%ls\\InprocServer32", GuidText(log, rClsid)), KEY_READ) != ERROR_SUCCESS ||
+    if (reg.Open(HKEY_CLASSES_ROOT, FormatText(L"CLSID\\%ls\\InprocServer32", GuidText(log, rClsid)), KEY_READ) !=
+            ERROR_SUCCESS ||
         reg.QueryStringValue(nullptr, sPath, PathCapacity) != ERROR_SUCCESS)
         return std::nullopt;
     return sPath;

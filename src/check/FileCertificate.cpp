@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "log/FunctionLog.h"
-#include "platform/Handle.h"
 #include "platform/HResult.h"
+#include "platform/Handle.h"
 
 namespace
 {
@@ -55,18 +55,21 @@ std::vector<BYTE> ReadSignerInfo(const CFunctionLog& log, HCRYPTMSG hMessage)
     if (!::CryptMsgGetParam(hMessage, CMSG_SIGNER_INFO_PARAM, 0, nullptr, &dwSize))
         log.ThrowCode(LastErrorResult(), Failed);
     auto Data = Allocate<BYTE>(log, dwSize, L"pMsgSignerInfo");
-    if (!::CryptMsgGetParam(hMessage, CMSG_SIGNER_INFO_PARAM, 0, Data.data(), &dwSize) || dwSize < sizeof(CMSG_SIGNER_INFO))
+    if (!::CryptMsgGetParam(hMessage, CMSG_SIGNER_INFO_PARAM, 0, Data.data(), &dwSize) ||
+        dwSize < sizeof(CMSG_SIGNER_INFO))
         log.ThrowCode(LastErrorResult(), Failed);
     return Data;
 }
 
-CHandleT<CertificateTraits> FindCertificate(const CFunctionLog& log, HCERTSTORE hStore, const std::vector<BYTE>& rSignerInfo)
+CHandleT<CertificateTraits> FindCertificate(const CFunctionLog& log, HCERTSTORE hStore,
+                                            const std::vector<BYTE>& rSignerInfo)
 {
     const auto* const pSigner = reinterpret_cast<const CMSG_SIGNER_INFO*>(rSignerInfo.data());
     CERT_INFO Info{};
     Info.Issuer = pSigner->Issuer;
     Info.SerialNumber = pSigner->SerialNumber;
-    CHandleT<CertificateTraits> pCertificate(::CertFindCertificateInStore(hStore, Encodings, 0, CERT_FIND_SUBJECT_CERT, &Info, nullptr));
+    CHandleT<CertificateTraits> pCertificate(
+        ::CertFindCertificateInStore(hStore, Encodings, 0, CERT_FIND_SUBJECT_CERT, &Info, nullptr));
     if (!pCertificate)
         log.ThrowCode(LastErrorResult(), L"CertFindCertificateInStore( CERT_FIND_SUBJECT_CERT ) failed.[0x%08X]");
     return pCertificate;
@@ -80,7 +83,8 @@ std::wstring DisplayName(const CFunctionLog& log, PCCERT_CONTEXT pCertificate)
     if (nLength == 0)
         log.Throw(E_FAIL, Failed);
     auto Name = Allocate<wchar_t>(log, nLength, L"pSimpleDispalyName");
-    const DWORD nCopied = ::CertGetNameStringW(pCertificate, CERT_NAME_SIMPLE_DISPLAY_TYPE, 0, nullptr, Name.data(), nLength);
+    const DWORD nCopied = ::CertGetNameStringW(pCertificate, CERT_NAME_SIMPLE_DISPLAY_TYPE, 0, nullptr, Name.data(),
+                                               nLength);
     if (nCopied == 0 || nCopied > nLength)
         log.Throw(E_FAIL, Failed);
     return { Name.data(), nCopied - 1 };
@@ -94,8 +98,9 @@ HRESULT CFileCertificate::GetCertificateSubjectName(const std::wstring& sPath, s
     return log.Run([&] {
         CHandleT<StoreTraits> hStore;
         CHandleT<MessageTraits> hMessage;
-        if (!::CryptQueryObject(CERT_QUERY_OBJECT_FILE, sPath.c_str(), CERT_QUERY_CONTENT_FLAG_PKCS7_SIGNED_EMBED, CERT_QUERY_FORMAT_FLAG_BINARY,
-                                0, nullptr, nullptr, nullptr, hStore.Put(), hMessage.Put(), nullptr))
+        if (!::CryptQueryObject(CERT_QUERY_OBJECT_FILE, sPath.c_str(), CERT_QUERY_CONTENT_FLAG_PKCS7_SIGNED_EMBED,
+                                CERT_QUERY_FORMAT_FLAG_BINARY, 0, nullptr, nullptr, nullptr, hStore.Put(),
+                                hMessage.Put(), nullptr))
             log.ThrowCode(LastErrorResult(), L"CryptQueryObject( %s ) failed.[0x%08X]", sPath);
         const std::vector<BYTE> SignerInfo = ReadSignerInfo(log, hMessage.Get());
         const auto pCertificate = FindCertificate(log, hStore.Get(), SignerInfo);

@@ -63,7 +63,8 @@ public:
     {
         if (m_hFile)
             return;
-        CFileHandle hFile(::CreateFileW(m_sPath.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        CFileHandle hFile(::CreateFileW(m_sPath.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!hFile)
             log.FailCode(LastErrorResult(), L"file.Create( \"%s\" ) failed.[0x%08X]", m_sPath);
         LARGE_INTEGER Size{};
@@ -83,7 +84,9 @@ private:
 };
 
 CFileInfoChecker::CFileInfoChecker(CResultLog& rResultLog, const std::vector<CFileInfo>& rInfos)
-    : m_rResultLog(rResultLog), m_rInfos(rInfos), m_Progress(L"CFileInfoChecker", static_cast<UINT32>(rInfos.size()), L"Checking File...")
+    : m_rResultLog(rResultLog),
+      m_rInfos(rInfos),
+      m_Progress(L"CFileInfoChecker", static_cast<UINT32>(rInfos.size()), L"Checking File...")
 {
 }
 
@@ -94,7 +97,9 @@ HRESULT CFileInfoChecker::CheckFileInfos(UINT32* pulFailed)
         log, m_Progress, m_rInfos, pulFailed,
         [](const CFileInfo& rInfo) { return FormatText(L"Checking Files...(\"%s\")", rInfo.sPath); },
         [this](const CFileInfo& rInfo) { return CheckFileInfo(rInfo); },
-        [&](const CFileInfo& rInfo, HRESULT hr) { log.Warning(L"CheckFileInfo( \"%s\" ) failed. [0x%08X]", rInfo.sPath, hr); });
+        [&](const CFileInfo& rInfo, HRESULT hr) {
+            log.Warning(L"CheckFileInfo( \"%s\" ) failed. [0x%08X]", rInfo.sPath, hr);
+        });
 }
 
 HRESULT CFileInfoChecker::CheckFileInfo(const CFileInfo& rInfo)
@@ -132,7 +137,9 @@ void CFileInfoChecker::CheckVersion(const CFunctionLog& log, const CFileInfo& rI
     if (FAILED(hr))
         FailEntry(log, m_rResultLog, hr, L"Failed: GetFileVersion( \"%s\" ) failed.[0x%08X]", rInfo.sPath, hr);
     if (!EqualsNoCase(sVersion, rInfo.sVersion))
-        FailEntry(log, m_rResultLog, E_FAIL, L"Failed: File version is not equal. [current:%s, original:%s] [FilePath:\"%s\"]", sVersion, rInfo.sVersion, rInfo.sPath);
+        FailEntry(log, m_rResultLog, E_FAIL,
+                  L"Failed: File version is not equal. [current:%s, original:%s] [FilePath:\"%s\"]", sVersion,
+                  rInfo.sVersion, rInfo.sPath);
 }
 
 void CFileInfoChecker::CheckSize(const CFunctionLog& log, const CFileInfo& rInfo, COpenFile& rFile)
@@ -144,7 +151,9 @@ void CFileInfoChecker::CheckSize(const CFunctionLog& log, const CFileInfo& rInfo
     if (FAILED(hr))
         FailEntry(log, m_rResultLog, hr, L"Failed: GetFileSize( \"%s\" ) failed.[0x%08X]", rInfo.sPath, hr);
     if (!EqualsNoCase(sSize, rInfo.sSize))
-        FailEntry(log, m_rResultLog, E_FAIL, L"Failed: File size is not equal. [current:%s, original:%s] [FilePath:\"%s\"]", sSize, rInfo.sSize, rInfo.sPath);
+        FailEntry(log, m_rResultLog, E_FAIL,
+                  L"Failed: File size is not equal. [current:%s, original:%s] [FilePath:\"%s\"]", sSize, rInfo.sSize,
+                  rInfo.sPath);
 }
 
 // False ends the check of this file without counting it: the line stands in the result file, but a library that does
@@ -158,7 +167,9 @@ bool CFileInfoChecker::CheckLoading(const CFunctionLog& log, const CFileInfo& rI
     if (hModule)
         return true;
     const DWORD dwError = ::GetLastError();
-    return SUCCEEDED(CFunctionLog::Try([&] { FailEntry(log, m_rResultLog, E_FAIL, L"Failed: LoadLibraryEx( \"%s\" ) failed.[%u]", rInfo.sPath, dwError); }));
+    return SUCCEEDED(CFunctionLog::Try([&] {
+        FailEntry(log, m_rResultLog, E_FAIL, L"Failed: LoadLibraryEx( \"%s\" ) failed.[%u]", rInfo.sPath, dwError);
+    }));
 }
 
 void CFileInfoChecker::CheckCertificate(const CFunctionLog& log, const CFileInfo& rInfo)
@@ -168,9 +179,11 @@ void CFileInfoChecker::CheckCertificate(const CFunctionLog& log, const CFileInfo
     std::wstring sName;
     const HRESULT hr = CFileCertificate::GetCertificateSubjectName(rInfo.sPath, sName);
     if (FAILED(hr))
-        FailEntry(log, m_rResultLog, hr, L"Failed: GetCertificateSubjectName( \"%s\" ) failed.[0x%08X]", rInfo.sPath, hr);
+        FailEntry(log, m_rResultLog, hr, L"Failed: GetCertificateSubjectName( \"%s\" ) failed.[0x%08X]", rInfo.sPath,
+                  hr);
     if (!EqualsNoCase(sName, rInfo.sDigitalSignature))
-        FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Certificate Display Name is not equal. [current:\"%s\", original:\"%s\"] [FilePath:\"%s\"]",
+        FailEntry(log, m_rResultLog, E_FAIL,
+                  L"Failed: Certificate Display Name is not equal. [current:\"%s\", original:\"%s\"] [FilePath:\"%s\"]",
                   sName, rInfo.sDigitalSignature, rInfo.sPath);
 }
 
@@ -204,7 +217,8 @@ HRESULT CFileInfoChecker::GetTvmFileVersion(const CFileInfo& rInfo, std::wstring
     return log.Run([&] {
         CTaskBlock<BYTE> pData;
         DWORD dwSize = 0;
-        log.Check(COpdFileHelper::ReadFile(rInfo.sPath, pData.Put(), &dwSize), L"COpdFileHelper::ReadFile( \"%s\" ) failed.[0x%08X]", rInfo.sPath);
+        log.Check(COpdFileHelper::ReadFile(rInfo.sPath, pData.Put(), &dwSize),
+                  L"COpdFileHelper::ReadFile( \"%s\" ) failed.[0x%08X]", rInfo.sPath);
         const auto sVersion = CModuleVersion::Parse(CModuleVersion::KindOf(rInfo.sPath), { pData.Get(), dwSize });
         if (!sVersion)
             log.Throw(E_FAIL);

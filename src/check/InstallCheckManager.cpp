@@ -21,8 +21,12 @@ struct CInstallCheckManager::CStage
     HRESULT (CInstallCheckManager::*pRun)(UINT32*);
 };
 
-CInstallCheckManager::CInstallCheckManager(const CConfigFile& rConfig, CResultLog& rResultLog, const std::wstring& sLogDirPath)
-    : m_rConfig(rConfig), m_rResultLog(rResultLog), m_sLogDirPath(sLogDirPath), m_Progress(L"CInstallCheckManager", Range, L"Checking...")
+CInstallCheckManager::CInstallCheckManager(const CConfigFile& rConfig, CResultLog& rResultLog,
+                                           const std::wstring& sLogDirPath)
+    : m_rConfig(rConfig),
+      m_rResultLog(rResultLog),
+      m_sLogDirPath(sLogDirPath),
+      m_Progress(L"CInstallCheckManager", Range, L"Checking...")
 {
 }
 
@@ -37,6 +41,7 @@ HRESULT CInstallCheckManager::CheckInstallationStatus(UINT32* pulFailed)
 
 void CInstallCheckManager::RunStages(const CFunctionLog& log, UINT32* pulFailed)
 {
+    // clang-format off
     static constexpr CStage aStages[] = {
         { L"Checking files...", 10, L"CFileInfoChecker::CheckFileInfos", &CInstallCheckManager::CheckFiles },
         { L"Checking registry...", 20, L"CRegistryInfoChecker::CheckRegistryInfos", &CInstallCheckManager::CheckRegistry },
@@ -44,6 +49,7 @@ void CInstallCheckManager::RunStages(const CFunctionLog& log, UINT32* pulFailed)
         { L"Checking registered COM modules...", 40, L"CComInfoChecker::CheckComObjectInfos", &CInstallCheckManager::CheckRegisteredCom },
         { L"Checking unregistered COM modules...", 50, L"CNotRegComInfoChecker::CheckNotRegComObjectInfos", &CInstallCheckManager::CheckUnregisteredCom },
     };
+    // clang-format on
     m_Progress.Update(0, L"Loading configuration...");
     for (const CStage& rStage : aStages)
     {
@@ -73,10 +79,12 @@ HRESULT CInstallCheckManager::CheckServices(UINT32* pulFailed)
 
 HRESULT CInstallCheckManager::CheckRegisteredCom(UINT32* pulFailed)
 {
-    return CComInfoChecker(m_rResultLog, m_sLogDirPath, m_rConfig.m_ComObjectInfos).CheckComObjectInfos(m_rConfig.IsSxS(), pulFailed);
+    return CComInfoChecker(m_rResultLog, m_sLogDirPath, m_rConfig.m_ComObjectInfos)
+        .CheckComObjectInfos(m_rConfig.IsSxS(), pulFailed);
 }
 
 HRESULT CInstallCheckManager::CheckUnregisteredCom(UINT32* pulFailed)
 {
-    return CNotRegComInfoChecker(m_rResultLog, m_rConfig.m_NoRegisteredComObjectInfos).CheckNotRegComObjectInfos(pulFailed);
+    return CNotRegComInfoChecker(m_rResultLog, m_rConfig.m_NoRegisteredComObjectInfos)
+        .CheckNotRegComObjectInfos(pulFailed);
 }

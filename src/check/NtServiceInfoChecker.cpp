@@ -4,7 +4,9 @@
 #include "platform/Handle.h"
 
 CNtServiceInfoChecker::CNtServiceInfoChecker(CResultLog& rResultLog, const std::vector<std::wstring>& rNames)
-    : m_rResultLog(rResultLog), m_rNames(rNames), m_Progress(L"CNtServiceInfoChecker", static_cast<UINT32>(rNames.size()), L"Checking NT Service...")
+    : m_rResultLog(rResultLog),
+      m_rNames(rNames),
+      m_Progress(L"CNtServiceInfoChecker", static_cast<UINT32>(rNames.size()), L"Checking NT Service...")
 {
 }
 

@@ -33,7 +33,9 @@ bool IsKnownType(DWORD dwType)
 } // namespace
 
 CRegistryInfoChecker::CRegistryInfoChecker(CResultLog& rResultLog, const std::vector<CRegistryInfo>& rInfos)
-    : m_rResultLog(rResultLog), m_rInfos(rInfos), m_Progress(L"CRegistryInfoChecker", static_cast<UINT32>(rInfos.size()), L"Checking Registry...")
+    : m_rResultLog(rResultLog),
+      m_rInfos(rInfos),
+      m_Progress(L"CRegistryInfoChecker", static_cast<UINT32>(rInfos.size()), L"Checking Registry...")
 {
 }
 
@@ -42,7 +44,9 @@ HRESULT CRegistryInfoChecker::CheckRegistryInfos(UINT32* pulFailed)
     CFunctionLog log;
     return CheckRecords(
         log, m_Progress, m_rInfos, pulFailed,
-        [](const CRegistryInfo& rInfo) { return FormatText(L"Checking Registries...(\"%s\\%s\")", rInfo.sRootKeyName, rInfo.sKeyPath); },
+        [](const CRegistryInfo& rInfo) {
+            return FormatText(L"Checking Registries...(\"%s\\%s\")", rInfo.sRootKeyName, rInfo.sKeyPath);
+        },
         [this](const CRegistryInfo& rInfo) { return CheckRegistryInfo(rInfo); },
         [&](const CRegistryInfo&, HRESULT hr) { log.Warning(L"CheckRegistryInfo() failed.[0x%08X]", hr); });
 }
@@ -55,28 +59,37 @@ HRESULT CRegistryInfoChecker::CheckRegistryInfo(const CRegistryInfo& rInfo)
     const std::wstring& sValue = rInfo.sValueName;
     return log.Run([&] {
         CRegKey reg;
-        const bool bOpen = reg.Open(rInfo.hRootKey, sKey, KEY_READ | (rInfo.bWow64Key ? KEY_WOW64_64KEY : 0)) == ERROR_SUCCESS;
+        const bool bOpen = reg.Open(rInfo.hRootKey, sKey, KEY_READ | (rInfo.bWow64Key ? KEY_WOW64_64KEY : 0)) ==
+                           ERROR_SUCCESS;
         if (!bOpen && rInfo.bWow64Key)
-            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry key is not found.[key(x64):\"%s\\%s\"]", sRoot, sKey);
+            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry key is not found.[key(x64):\"%s\\%s\"]", sRoot,
+                      sKey);
         if (!bOpen)
             FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry key is not found.[key:\"%s\\%s\"]", sRoot, sKey);
 
         DWORD dwType = REG_NONE;
         DWORD dwSize = 0;
         if (::RegQueryValueExW(reg.Get(), sValue.c_str(), nullptr, &dwType, nullptr, &dwSize) != ERROR_SUCCESS)
-            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry value is not found.[key:\"%s\\%s\"][value:\"%s\"]", sRoot, sKey, sValue);
+            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry value is not found.[key:\"%s\\%s\"][value:\"%s\"]",
+                      sRoot, sKey, sValue);
         if (dwType != rInfo.dwType)
-            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry value type is not equal.[key:\"%s\\%s\"][value:\"%s\"][current:%d original:%d]",
-                      sRoot, sKey, sValue, dwType, rInfo.dwType);
+            FailEntry(
+                log, m_rResultLog, E_FAIL,
+                L"Failed: Registry value type is not equal.[key:\"%s\\%s\"][value:\"%s\"][current:%d original:%d]",
+                sRoot, sKey, sValue, dwType, rInfo.dwType);
 
         std::vector<BYTE> Data(std::max(dwSize, DWORD{ 1 }));
         DWORD dwRead = dwSize;
         if (::RegQueryValueExW(reg.Get(), sValue.c_str(), nullptr, &dwType, Data.data(), &dwRead) != ERROR_SUCCESS)
-            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry value can not read.[key:\"%s\\%s\"][value:\"%s\"]", sRoot, sKey, sValue);
+            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry value can not read.[key:\"%s\\%s\"][value:\"%s\"]",
+                      sRoot, sKey, sValue);
         if (!IsKnownType(rInfo.dwType))
-            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry data type is unknown.[key:\"%s\\%s\"][value:\"%s\"][type:%d]", sRoot, sKey, sValue, rInfo.dwType);
+            FailEntry(log, m_rResultLog, E_FAIL,
+                      L"Failed: Registry data type is unknown.[key:\"%s\\%s\"][value:\"%s\"][type:%d]", sRoot, sKey,
+                      sValue, rInfo.dwType);
         if (!IsEqual(rInfo, Data.data(), dwSize))
-            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry value is not equal.[key:\"%s\\%s\"][value:\"%s\"]", sRoot, sKey, sValue);
+            FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry value is not equal.[key:\"%s\\%s\"][value:\"%s\"]",
+                      sRoot, sKey, sValue);
         m_rResultLog.WriteLine(L"Succeeded: Check Registry Info.[key:\"%s\\%s\"][value:\"%s\"]", sRoot, sKey, sValue);
     });
 }

@@ -19,7 +19,8 @@ namespace
 constexpr const wchar_t* RunKeyPath = L"Software\\Microsoft\\Windows\\CurrentVersion\\Run";
 
 // Not constexpr: the roots are casts.
-const CNameRow<HKEY> RunRoots[] = { { HKEY_CURRENT_USER, L"HKEY_CURRENT_USER" }, { HKEY_LOCAL_MACHINE, L"HKEY_LOCAL_MACHINE" } };
+const CNameRow<HKEY> RunRoots[] = { { HKEY_CURRENT_USER, L"HKEY_CURRENT_USER" },
+                                    { HKEY_LOCAL_MACHINE, L"HKEY_LOCAL_MACHINE" } };
 
 constexpr CNameRow<int> StartupFolders[] = {
     { CSIDL_STARTUP, L"CSIDL_STARTUP" },
@@ -55,8 +56,8 @@ void OutputRunKey(const CFunctionLog& log, const CNameRow<HKEY>& rRoot, CResultL
         DWORD nName = 1024;
         DWORD dwBytes = 1024;
         DWORD dwType = REG_NONE;
-        const auto dwStatus =
-            static_cast<DWORD>(::RegEnumValueW(reg.Get(), nIndex, aName, &nName, nullptr, &dwType, reinterpret_cast<BYTE*>(aData), &dwBytes));
+        const auto dwStatus = static_cast<DWORD>(::RegEnumValueW(reg.Get(), nIndex, aName, &nName, nullptr, &dwType,
+                                                                 reinterpret_cast<BYTE*>(aData), &dwBytes));
         if (dwStatus == ERROR_NO_MORE_ITEMS)
             return;
         if (dwStatus != ERROR_SUCCESS)

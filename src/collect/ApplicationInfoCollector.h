@@ -39,7 +39,8 @@ private:
     static HRESULT OutputProgramRow(const CInstalled& rProgram, CResultLog& rCsv);
     static HRESULT OutputProgramInfo(const CInstalled& rProgram, CResultLog& rText);
     static HRESULT OutputInstallProperties(const CInstalled& rProduct, CResultLog& rText);
-    static void WriteBlock(const CInstalled& rInstalled, std::span<const CProperty> Properties, const wchar_t* pNameLabel, CResultLog& rText);
+    static void WriteBlock(const CInstalled& rInstalled, std::span<const CProperty> Properties,
+                           const wchar_t* pNameLabel, CResultLog& rText);
 
     // A text of at most 1,024 characters.
     static HRESULT GetStringProperty(const CRegKey& rKey, const wchar_t* pName, std::wstring& rsValue);

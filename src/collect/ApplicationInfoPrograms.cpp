@@ -24,18 +24,21 @@ HRESULT OpenMachineKey(const std::wstring& sPath, CRegKey& rKey)
 // Opens "path\subkey" + pTail for each subkey of an open key and hands it to body, with its path, the subkey's name
 // and the subkey's time. One that cannot be opened costs a record; an enumeration that fails throws.
 template <typename Body>
-void ForEachSubKey(const CFunctionLog& log, const CRegKey& rKey, const std::wstring& sPath, const wchar_t* pTail, const Body& body)
+void ForEachSubKey(const CFunctionLog& log, const CRegKey& rKey, const std::wstring& sPath, const wchar_t* pTail,
+                   const Body& body)
 {
     for (DWORD nIndex = 0;; ++nIndex)
     {
         wchar_t aName[256]; // the longest name that a key can have
         DWORD nName = 256;
         FILETIME LastWrite{};
-        const auto dwStatus = static_cast<DWORD>(::RegEnumKeyExW(rKey.Get(), nIndex, aName, &nName, nullptr, nullptr, nullptr, &LastWrite));
+        const auto dwStatus = static_cast<DWORD>(
+            ::RegEnumKeyExW(rKey.Get(), nIndex, aName, &nName, nullptr, nullptr, nullptr, &LastWrite));
         if (dwStatus == ERROR_NO_MORE_ITEMS)
             return;
         if (dwStatus != ERROR_SUCCESS)
-            log.ThrowCode(HResultFromWin32(dwStatus), L"CRegKey::EnumKey( \"HKLM\\%s\", %d ) failed, [0x%08X]", sPath, nIndex);
+            log.ThrowCode(HResultFromWin32(dwStatus), L"CRegKey::EnumKey( \"HKLM\\%s\", %d ) failed, [0x%08X]", sPath,
+                          nIndex);
 
         const std::wstring sSubPath = FormatText(L"%s\\%s%s", sPath, aName, pTail);
         CRegKey reg;
@@ -52,13 +55,16 @@ std::wstring DateText(const FILETIME& rTime)
 {
     constexpr WORD LastYear = 9999;
     const auto Time = LocalTimeOf(rTime);
-    return Time && Time->wYear <= LastYear ? FormatText(L"%04d/%02d/%02d", Time->wYear, Time->wHour, Time->wDay) : L"Invalid DateTime";
+    return Time && Time->wYear <= LastYear ? FormatText(L"%04d/%02d/%02d", Time->wYear, Time->wHour, Time->wDay)
+                                           : L"Invalid DateTime";
 }
 
 // "20121231" with its slashes; a text of another form is cut at the same places.
 std::wstring SlashedDate(const std::wstring& sDate)
 {
-    const auto Part = [&](std::size_t nFirst, std::size_t nCount) { return nFirst < sDate.size() ? sDate.substr(nFirst, nCount) : std::wstring(); };
+    const auto Part = [&](std::size_t nFirst, std::size_t nCount) {
+        return nFirst < sDate.size() ? sDate.substr(nFirst, nCount) : std::wstring();
+    };
     return FormatText(L"%s/%s/%s", Part(0, 4), Part(4, 2), Part(6, 2));
 }
 
@@ -85,13 +91,15 @@ HRESULT CApplicationInfoCollector::OutputMsiInstallProperties(CResultLog& rResul
     return log.Run([&] {
         CRegKey userData;
         log.Check(OpenMachineKey(UserDataKeyPath, userData), OpenFailed, std::wstring(UserDataKeyPath));
-        ForEachSubKey(log, userData, UserDataKeyPath, L"\\Products",
-                      [&](const CRegKey& rProducts, const std::wstring& sProductsPath, const wchar_t*, const FILETIME&) {
-                          ForEachSubKey(log, rProducts, sProductsPath, L"\\InstallProperties",
-                                        [&](const CRegKey& rKey, const std::wstring&, const wchar_t* pProduct, const FILETIME& rLastWrite) {
-                                            OutputInstallProperties({ rKey, pProduct, rLastWrite }, rResultLog);
-                                        });
-                      });
+        ForEachSubKey(
+            log, userData, UserDataKeyPath, L"\\Products",
+            [&](const CRegKey& rProducts, const std::wstring& sProductsPath, const wchar_t*, const FILETIME&) {
+                ForEachSubKey(
+                    log, rProducts, sProductsPath, L"\\InstallProperties",
+                    [&](const CRegKey& rKey, const std::wstring&, const wchar_t* pProduct, const FILETIME& rLastWrite) {
+                        OutputInstallProperties({ rKey, pProduct, rLastWrite }, rResultLog);
+                    });
+            });
     });
 }
 
@@ -102,7 +110,8 @@ HRESULT CApplicationInfoCollector::OutputProgramRow(const CInstalled& rProgram, 
     return log.Run([&] {
         const CRegKey& rKey = rProgram.rKey;
         std::wstring sName, sVersion, sPublisher, sDate, sSize;
-        log.Check(GetStringProperty(rKey, L"DisplayName", sName), L"CApplicationInfoCollector::GetStringProperty( DisplayName ) failed. [0x%08X]");
+        log.Check(GetStringProperty(rKey, L"DisplayName", sName),
+                  L"CApplicationInfoCollector::GetStringProperty( DisplayName ) failed. [0x%08X]");
         GetStringProperty(rKey, L"DisplayVersion", sVersion);
         GetStringProperty(rKey, L"Publisher", sPublisher);
         GetStringProperty(rKey, L"InstallDate", sDate);
@@ -118,9 +127,10 @@ HRESULT CApplicationInfoCollector::OutputProgramRow(const CInstalled& rProgram, 
 HRESULT CApplicationInfoCollector::OutputProgramInfo(const CInstalled& rProgram, CResultLog& rText)
 {
     static constexpr CProperty Properties[] = {
-        { REG_SZ, L"DisplayName" },     { REG_SZ, L"DisplayVersion" }, { REG_SZ, L"Publisher" },       { REG_SZ, L"UninstallString" },
-        { REG_SZ, L"InstallDate" },     { REG_SZ, L"InstallLocation" }, { REG_SZ, L"InstallSource" },  { REG_DWORD, L"EstimatedSize" },
-        { REG_DWORD, L"Version" },      { REG_DWORD, L"VersionMajor" }, { REG_DWORD, L"VersionMinor" }, { REG_DWORD, L"WindowsInstaller" },
+        { REG_SZ, L"DisplayName" },     { REG_SZ, L"DisplayVersion" },   { REG_SZ, L"Publisher" },
+        { REG_SZ, L"UninstallString" }, { REG_SZ, L"InstallDate" },      { REG_SZ, L"InstallLocation" },
+        { REG_SZ, L"InstallSource" },   { REG_DWORD, L"EstimatedSize" }, { REG_DWORD, L"Version" },
+        { REG_DWORD, L"VersionMajor" }, { REG_DWORD, L"VersionMinor" },  { REG_DWORD, L"WindowsInstaller" },
     };
     CFunctionLog log;
     return log.Run([&] { WriteBlock(rProgram, Properties, L"KeyName", rText); });
@@ -129,17 +139,18 @@ HRESULT CApplicationInfoCollector::OutputProgramInfo(const CInstalled& rProgram,
 HRESULT CApplicationInfoCollector::OutputInstallProperties(const CInstalled& rProduct, CResultLog& rText)
 {
     static constexpr CProperty Properties[] = {
-        { REG_SZ, L"DisplayName" },     { REG_SZ, L"DisplayVersion" }, { REG_SZ, L"Publisher" },       { REG_SZ, L"InstallDate" },
-        { REG_SZ, L"InstallLocation" }, { REG_SZ, L"InstallSource" },  { REG_SZ, L"LocalPackage" },    { REG_DWORD, L"EstimatedSize" },
-        { REG_DWORD, L"Version" },      { REG_DWORD, L"VersionMajor" }, { REG_DWORD, L"VersionMinor" }, { REG_DWORD, L"WindowsInstaller" },
+        { REG_SZ, L"DisplayName" },     { REG_SZ, L"DisplayVersion" },   { REG_SZ, L"Publisher" },
+        { REG_SZ, L"InstallDate" },     { REG_SZ, L"InstallLocation" },  { REG_SZ, L"InstallSource" },
+        { REG_SZ, L"LocalPackage" },    { REG_DWORD, L"EstimatedSize" }, { REG_DWORD, L"Version" },
+        { REG_DWORD, L"VersionMajor" }, { REG_DWORD, L"VersionMinor" },  { REG_DWORD, L"WindowsInstaller" },
     };
     CFunctionLog log;
     return log.Run([&] { WriteBlock(rProduct, Properties, L"ProductCode", rText); });
 }
 
 // A value that is missing or, being a text, empty has no line. The labels fill 17 columns.
-void CApplicationInfoCollector::WriteBlock(const CInstalled& rInstalled, std::span<const CProperty> Properties, const wchar_t* pNameLabel,
-                                           CResultLog& rText)
+void CApplicationInfoCollector::WriteBlock(const CInstalled& rInstalled, std::span<const CProperty> Properties,
+                                           const wchar_t* pNameLabel, CResultLog& rText)
 {
     WriteApplicationSeparator(rText);
     for (const CProperty& rProperty : Properties)

@@ -6,5 +6,6 @@
 // Wider than the line of the other reports.
 inline void WriteApplicationSeparator(CResultLog& rResultLog)
 {
-    rResultLog.WriteLine(L"__________________________________________________________________________________________________");
+    rResultLog.WriteLine(
+        L"__________________________________________________________________________________________________");
 }

@@ -33,13 +33,15 @@ HRESULT CAsioInfoCollector::Collect(const std::wstring& sOutDirPath)
         const std::wstring sCsvPath = JoinPath(sOutDirPath, L"ASIO.csv");
         COpdLogFile csv;
         log.Check(csv.Open(sCsvPath), L"COpdLogFile::Open( \"%s\" ) failed. [0x%08X]", sCsvPath);
-        csv.WriteLine(L"\"Device Name\",\"Description\",\"CLSID\",\"File Path\",\"File Size\",\"LastWriteTime\",\"File Version\","
-                      L"\"File Attributes\"");
+        csv.WriteLine(
+            L"\"Device Name\",\"Description\",\"CLSID\",\"File Path\",\"File Size\",\"LastWriteTime\",\"File Version\","
+            L"\"File Attributes\"");
         for (DWORD nIndex = 0;; ++nIndex)
         {
             wchar_t aName[NameCapacity];
             DWORD nName = NameCapacity;
-            const auto dwStatus = static_cast<DWORD>(::RegEnumKeyExW(reg.Get(), nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr));
+            const auto dwStatus = static_cast<DWORD>(
+                ::RegEnumKeyExW(reg.Get(), nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr));
             if (dwStatus == ERROR_NO_MORE_ITEMS)
                 return;
             if (dwStatus != ERROR_SUCCESS)
@@ -71,8 +73,8 @@ void CAsioInfoCollector::OutputDriver(HKEY hAsio, const std::wstring& sName, COp
         return;
     std::wstring sVersion;
     CCollectorUtil::GetFileVersion(sPath, sVersion);
-    rCsv.WriteLine(L"\"%s\",\"%s\",\"%s\",\"%s\",\"%d\",\"%s\",\"%s\",\"0x%08X\"", sName, sDescription, sClsid, sPath, static_cast<DWORD>(ullSize),
-                   ListedTime(Write), sVersion, ::GetFileAttributesW(sPath.c_str()));
+    rCsv.WriteLine(L"\"%s\",\"%s\",\"%s\",\"%s\",\"%d\",\"%s\",\"%s\",\"0x%08X\"", sName, sDescription, sClsid, sPath,
+                   static_cast<DWORD>(ullSize), ListedTime(Write), sVersion, ::GetFileAttributesW(sPath.c_str()));
 }
 
 HRESULT CAsioInfoCollector::GetRegistryStringValue(const CRegKey& rKey, const wchar_t* pName, std::wstring& rsValue)

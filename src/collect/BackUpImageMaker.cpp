@@ -55,16 +55,20 @@ HRESULT CBackUpImageMaker::MakeBackUpImage(const std::wstring& sOutDirPath)
     CFunctionLog log;
     return log.Run([&] {
         CObjectRef<IVlmBackupCallback> pCallback;
-        log.Check(pCallback.Fill([](void** ppObject) { return CCallback::CreateInstance(IID_IVlmBackupCallback, ppObject); }),
-                  L"CBackUpImageMaker::CCallback::CreateInstance() failed.[0x%08X]");
+        log.Check(
+            pCallback.Fill([](void** ppObject) { return CCallback::CreateInstance(IID_IVlmBackupCallback, ppObject); }),
+            L"CBackUpImageMaker::CCallback::CreateInstance() failed.[0x%08X]");
         CObjectRef<IVlmBackup> pBackup;
         log.Check(ProductResult([&] { return pBackup.Create(CLSID_VlmBackup, IID_IVlmBackup); }),
                   L"CoCreateInstance( __uuidof(VlmBackup) ) failed.[0x%08X]");
         RequireFolder(log, sOutDirPath);
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath), L"COpdDirectoryHelper::CreateDirectoryEx() failed.[0x%08X]");
+        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
+                  L"COpdDirectoryHelper::CreateDirectoryEx() failed.[0x%08X]");
         const CBstr sImagePath(JoinPath(sOutDirPath, L"license.vbk"));
         log.Check(ProductResult([&] {
-                      return CallObject([&] { return pBackup->createBackupImage(sImagePath.Get(), IID_IVlmBackupCallback, pCallback.Get()); });
+                      return CallObject([&] {
+                          return pBackup->createBackupImage(sImagePath.Get(), IID_IVlmBackupCallback, pCallback.Get());
+                      });
                   }),
                   L"IVlmBackup::createBackupImage() failed.[0x%08X]");
     });

@@ -3,8 +3,8 @@
 #include <memory>
 #include <new>
 
-#include "platform/Handle.h"
 #include "platform/HResult.h"
+#include "platform/Handle.h"
 
 void EnableBackupPrivilege(const CFunctionLog& log)
 {
@@ -14,7 +14,8 @@ void EnableBackupPrivilege(const CFunctionLog& log)
     LUID Id{};
     if (!::LookupPrivilegeValueW(nullptr, L"SeBackupPrivilege", &Id))
         log.Throw(E_FAIL, L"::LookupPrivilegeValue( SE_BACKUP_NAME ) failed. [0x%08X]", LastErrorResult());
-    const std::unique_ptr<TOKEN_PRIVILEGES> pPrivileges(new (std::nothrow) TOKEN_PRIVILEGES{ 1, { { Id, SE_PRIVILEGE_ENABLED } } });
+    const std::unique_ptr<TOKEN_PRIVILEGES> pPrivileges(new (std::nothrow)
+                                                            TOKEN_PRIVILEGES{ 1, { { Id, SE_PRIVILEGE_ENABLED } } });
     if (!pPrivileges)
         log.Throw(E_OUTOFMEMORY, L"ATL::CHeapPtr<TOKEN_PRIVILEGES>::AllocateBytes() failed.");
     if (!::AdjustTokenPrivileges(hToken.Get(), FALSE, pPrivileges.get(), sizeof *pPrivileges, nullptr, nullptr))

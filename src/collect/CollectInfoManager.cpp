@@ -39,10 +39,13 @@ struct CCollectInfoManager::CStage
     std::wstring sCommand;
 };
 
-CCollectInfoManager::CCollectInfoManager() : m_Progress(L"CCollectInfoManager", Range, L"Collecting PC information...") {}
+CCollectInfoManager::CCollectInfoManager() : m_Progress(L"CCollectInfoManager", Range, L"Collecting PC information...")
+{
+}
 
-HRESULT CCollectInfoManager::CollectPcInformation(bool bSilent, const CConfigFile& rConfig, const std::wstring& sProgramPath,
-                                                  const std::wstring& sLogDirPath, const std::wstring& sResultDirPath)
+HRESULT CCollectInfoManager::CollectPcInformation(bool bSilent, const CConfigFile& rConfig,
+                                                  const std::wstring& sProgramPath, const std::wstring& sLogDirPath,
+                                                  const std::wstring& sResultDirPath)
 {
     CFunctionLog log;
     const HRESULT hr = log.Run([&] {
@@ -55,13 +58,16 @@ HRESULT CCollectInfoManager::CollectPcInformation(bool bSilent, const CConfigFil
         log.Error(L"Registry  : %s", sRegistry);
         log.Error(L"SxS       : %s", bSxS ? L"true" : L"false");
 
-        const auto Out = [&](const wchar_t* pFolder) { return Quoted(L" -l", CleanPath(JoinPath(sLogDirPath, pFolder))); };
+        const auto Out = [&](const wchar_t* pFolder) {
+            return Quoted(L" -l", CleanPath(JoinPath(sLogDirPath, pFolder)));
+        };
         const std::wstring sRepositorySwitch = Quoted(L" -path:repository", sRepository);
         const std::wstring sNuvexSwitch = Quoted(L" -path:nuvex", sNuvex);
         const std::wstring sRegistrySwitch = Quoted(L" -path:registry", sRegistry);
         const std::wstring sResult = Quoted(L" -path:result", CleanPath(sResultDirPath));
 
         // Every blank counts: the lines stand in the log as they are.
+        // clang-format off
         std::vector<CStage> Stages{
             { 5, L"Collecting Velmora information...", L"-s -collect:velmora" + Out(L"Velmora") + sRepositorySwitch + sNuvexSwitch + sRegistrySwitch + sResult },
             { 10, L"Collecting System information...", std::wstring(bSilent ? L"-s " : L"") + L" -collect:system" + Out(L"System") + sResult },
@@ -71,12 +77,17 @@ HRESULT CCollectInfoManager::CollectPcInformation(bool bSilent, const CConfigFil
             { 50, L"Collecting Hardware information...", L"-s -collect:hardware" + Out(L"Hardware") + sResult },
             { 55, L"Collecting Driver information...", L"-s -collect:driver" + Out(L"Driver") + sResult },
         };
+        // clang-format on
         if (!bSxS)
             Stages.push_back({ 60, L"Creating Backup Image...", L"-s -create:backup" + Out(L"BackupImage") + sResult });
-        Stages.push_back({ 70, L"Collecting procfiles...", L"-s -collect:license" + Out(L"BackupImage") + sRepositorySwitch + sResult + (bSxS ? L" -x" : L"") });
-        Stages.push_back({ 80, L"Collecting unique information about hardware...", L"-s -create:hwinfo" + Out(L"BackupImage") + sResult });
+        Stages.push_back(
+            { 70, L"Collecting procfiles...",
+              L"-s -collect:license" + Out(L"BackupImage") + sRepositorySwitch + sResult + (bSxS ? L" -x" : L"") });
+        Stages.push_back({ 80, L"Collecting unique information about hardware...",
+                           L"-s -create:hwinfo" + Out(L"BackupImage") + sResult });
         Stages.push_back({ 90, L"Collecting log files...",
-                           std::wstring(L"-s ") + (bSxS ? L"-x" : L"") + L" -collect:log" + Out(L"Log") + sRepositorySwitch + sNuvexSwitch + sResult });
+                           std::wstring(L"-s ") + (bSxS ? L"-x" : L"") + L" -collect:log" + Out(L"Log") +
+                               sRepositorySwitch + sNuvexSwitch + sResult });
         // The bar steps back: this child came last and shares the folder of the drivers.
         Stages.push_back({ 55, L"Collecting ASIO information...", L"-s -collect:asio" + Out(L"Driver") + sResult });
 
@@ -87,7 +98,8 @@ HRESULT CCollectInfoManager::CollectPcInformation(bool bSilent, const CConfigFil
     return hr;
 }
 
-void CCollectInfoManager::RunStage(const CFunctionLog& log, const std::wstring& sProgramPath, const CStage& rStage) const
+void CCollectInfoManager::RunStage(const CFunctionLog& log, const std::wstring& sProgramPath,
+                                   const CStage& rStage) const
 {
     m_Progress.Update(rStage.nPosition, rStage.pText);
     DWORD dwExitCode = 1;

@@ -1,4 +1,5 @@
-// Gathers the picture of the PC: starts the program's own file again, one child for each collector, one after the other.
+// Gathers the picture of the PC: starts the program's own file again, one child for each collector, one after the
+// other.
 #pragma once
 
 #include <string>
@@ -15,8 +16,8 @@ public:
     CCollectInfoManager();
 
     // Runs all stages and waits for each child without a limit. A child that fails costs log lines and nothing more.
-    HRESULT CollectPcInformation(bool bSilent, const CConfigFile& rConfig, const std::wstring& sProgramPath, const std::wstring& sLogDirPath,
-                                 const std::wstring& sResultDirPath);
+    HRESULT CollectPcInformation(bool bSilent, const CConfigFile& rConfig, const std::wstring& sProgramPath,
+                                 const std::wstring& sLogDirPath, const std::wstring& sResultDirPath);
 
 private:
     struct CStage;

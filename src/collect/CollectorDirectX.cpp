@@ -99,7 +99,8 @@ std::wstring SystemDirPath(const CFunctionLog& log)
 }
 
 // One property of the diagnostics' system part, of the wanted variant type.
-void ReadProperty(const CFunctionLog& log, IDxDiagContainer* pContainer, const wchar_t* pName, VARTYPE wType, CVariant& rValue)
+void ReadProperty(const CFunctionLog& log, IDxDiagContainer* pContainer, const wchar_t* pName, VARTYPE wType,
+                  CVariant& rValue)
 {
     const HRESULT hr = pContainer->GetProp(pName, rValue.Put());
     if (FAILED(hr) || rValue.Get().vt != wType)
@@ -109,7 +110,8 @@ void ReadProperty(const CFunctionLog& log, IDxDiagContainer* pContainer, const w
 ComPtr<IDxDiagContainer> SystemInfo(const CFunctionLog& log)
 {
     ComPtr<IDxDiagProvider> pProvider;
-    log.Check(::CoCreateInstance(CLSID_DxDiagProvider, nullptr, CLSCTX_INPROC_SERVER, IID_IDxDiagProvider, reinterpret_cast<void**>(pProvider.GetAddressOf())),
+    log.Check(::CoCreateInstance(CLSID_DxDiagProvider, nullptr, CLSCTX_INPROC_SERVER, IID_IDxDiagProvider,
+                                 reinterpret_cast<void**>(pProvider.GetAddressOf())),
               L"CoCreateInstance( CLSID_DxDiagProvider ) failed.[0x%08X]");
     DXDIAG_INIT_PARAMS Params{};
     Params.dwSize = sizeof Params;
@@ -118,7 +120,8 @@ ComPtr<IDxDiagContainer> SystemInfo(const CFunctionLog& log)
     ComPtr<IDxDiagContainer> pRoot;
     log.Check(pProvider->GetRootContainer(&pRoot), L"pDxDiagProvider->GetRootContainer() failed.[0x%08X]");
     ComPtr<IDxDiagContainer> pSystemInfo;
-    log.Check(pRoot->GetChildContainer(L"DxDiag_SystemInfo", &pSystemInfo), L"pDxDiagRoot->GetChildContainer( L\"DxDiag_SystemInfo\" ) failed.[0x%08X]");
+    log.Check(pRoot->GetChildContainer(L"DxDiag_SystemInfo", &pSystemInfo),
+              L"pDxDiagRoot->GetChildContainer( L\"DxDiag_SystemInfo\" ) failed.[0x%08X]");
     return pSystemInfo;
 }
 
@@ -141,7 +144,8 @@ HRESULT CCollectorUtil::GetDXVersion(DWORD& rdwVersion, std::wstring& rsVersion)
         rdwVersion = (dwMajor & 0xFF) << 16 | (dwMinor & 0xFF) << 8;
         if (cLetter >= L'a' && cLetter <= L'z')
             rdwVersion += static_cast<DWORD>(cLetter - L'a' + 1);
-        rsVersion = cLetter == NoLetter ? FormatText(L"%d.%d", dwMajor, dwMinor) : FormatText(L"%d.%d%c", dwMajor, dwMinor, cLetter);
+        rsVersion = cLetter == NoLetter ? FormatText(L"%d.%d", dwMajor, dwMinor)
+                                        : FormatText(L"%d.%d%c", dwMajor, dwMinor, cLetter);
     });
 }
 
@@ -176,7 +180,8 @@ HRESULT CCollectorUtil::GetDirectXVerionViaFileVersions(DWORD& rdwMajor, DWORD& 
             if (rRow.bElse && bHeld)
                 continue;
             const CFileVersion* const pVersion = files.Find(rRow.pFile);
-            bHeld = pVersion != nullptr && (rRow.wMajor == AnyMajor || pVersion->Major() == rRow.wMajor) && *pVersion >= rRow.atLeast;
+            bHeld = pVersion != nullptr && (rRow.wMajor == AnyMajor || pVersion->Major() == rRow.wMajor) &&
+                    *pVersion >= rRow.atLeast;
             if (!bHeld)
                 continue;
             rdwMajor = rRow.dwMajor;

@@ -9,8 +9,9 @@
 void RequireFolder(const CFunctionLog& log, const std::wstring& sOutDirPath);
 
 // The folder with the missing ones above it; failed is the record of a failure.
-void CreateOutputFolder(const CFunctionLog& log, const std::wstring& sOutDirPath,
-                        CFormat<std::wstring, HRESULT> failed = L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]");
+void CreateOutputFolder(
+    const CFunctionLog& log, const std::wstring& sOutDirPath,
+    CFormat<std::wstring, HRESULT> failed = L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]");
 
 // A folder of the shell by its id, whose name stands in the record; throws when the PC has none.
 std::wstring RequireShellFolder(const CFunctionLog& log, int nCsidl, const wchar_t* pName);

@@ -12,10 +12,11 @@
 namespace
 {
 
-constexpr const wchar_t* CsvHeader =
-    L"\"FileName\",\"FileVersion\",\"FileDescription\",\"Comments\",\"ProductName\",\"ProductVersion\",\"CompanyName\",\"LegalCopyright\","
-    L"\"LegalTrademarks\",\"PrivateBuild\",\"SpecialBuild\",\"InternalName\",\"OriginalFilename\",\"CreationTime\",\"LastAccessTime\","
-    L"\"LastWriteTime\",\"FileSize\",\"FileVersion\",\"FileAttributes\",\"FilePath\",";
+constexpr const wchar_t* CsvHeader = L"\"FileName\",\"FileVersion\",\"FileDescription\",\"Comments\",\"ProductName\","
+                                     L"\"ProductVersion\",\"CompanyName\",\"LegalCopyright\","
+                                     L"\"LegalTrademarks\",\"PrivateBuild\",\"SpecialBuild\",\"InternalName\","
+                                     L"\"OriginalFilename\",\"CreationTime\",\"LastAccessTime\","
+                                     L"\"LastWriteTime\",\"FileSize\",\"FileVersion\",\"FileAttributes\",\"FilePath\",";
 
 // The version that a listing shows; a failure leaves it empty.
 std::wstring ModuleVersion(const CFileEntry& rFile)
@@ -48,7 +49,8 @@ public:
         const HRESULT hr = ReadFolder(sDirPath, contents);
         if (FAILED(hr))
         {
-            m_rResultLog.WriteLine(L"COpdFileHelper::EnumFiles( \"%s\" ) failed. [0x%08X]", JoinPath(sDirPath, L"*"), hr);
+            m_rResultLog.WriteLine(L"COpdFileHelper::EnumFiles( \"%s\" ) failed. [0x%08X]", JoinPath(sDirPath, L"*"),
+                                   hr);
             m_log.Throw(hr);
         }
         for (const CFileEntry& rFile : contents.Files)
@@ -66,8 +68,10 @@ private:
         const HRESULT hr = COpdFileHelper::GetFileInfo(rFile.sPath, Creation, Access, Write, ullSize);
         if (FAILED(hr))
             m_rResultLog.WriteLine(L"COpdFileHelper::GetFileInfo( \"%s\" ) failed. [0x%08X]", rFile.sPath, hr);
-        m_rResultLog.WriteLine(L"  \"%s\", size: %d, time: \"%s\", ver: \"%s\", attr: 0x%08X", rFile.sName, static_cast<DWORD>(ullSize), ListedTime(Write),
-                               CCollectorUtil::IsModuleFile(rFile.sName) ? ModuleVersion(rFile) : ResourceVersion(CFileVersions(rFile.sPath)),
+        m_rResultLog.WriteLine(L"  \"%s\", size: %d, time: \"%s\", ver: \"%s\", attr: 0x%08X", rFile.sName,
+                               static_cast<DWORD>(ullSize), ListedTime(Write),
+                               CCollectorUtil::IsModuleFile(rFile.sName) ? ModuleVersion(rFile)
+                                                                         : ResourceVersion(CFileVersions(rFile.sPath)),
                                rFile.dwAttributes);
     }
 
@@ -88,7 +92,8 @@ public:
         if (!visit.Entered())
             return;
         CFolderContents contents;
-        m_log.Check(ReadFolder(sDirPath, contents), L"COpdFileHelper::EnumFiles( \"%s\" ) failed. [0x%08X]", JoinPath(sDirPath, L"*"));
+        m_log.Check(ReadFolder(sDirPath, contents), L"COpdFileHelper::EnumFiles( \"%s\" ) failed. [0x%08X]",
+                    JoinPath(sDirPath, L"*"));
         for (const CFileEntry& rFile : contents.Files)
             WriteRow(rFile);
         for (const CFileEntry& rFolder : contents.Folders)
@@ -116,12 +121,13 @@ private:
             m_log.Warning(L"COpdFileHelper::GetFileInfo( \"%s\" ) failed. [0x%08X]", rFile.sPath, hr);
         }
         const CFileVersions versions(rFile.sPath);
-        const std::wstring sVersion = CCollectorUtil::IsModuleFile(rFile.sName) ? ModuleVersion(rFile) : ResourceVersion(versions);
+        const std::wstring sVersion = CCollectorUtil::IsModuleFile(rFile.sName) ? ModuleVersion(rFile)
+                                                                                : ResourceVersion(versions);
         const std::wstring sProperties = PropertyColumns(versions);
         if (m_bFirstRow)
             OpenCsv();
-        m_Csv.WriteLine(L"\"%s\",%s\"%s\",\"%s\",\"%s\",\"%I64u\",\"%s\",\"0x%08X\",\"%s\"", rFile.sName, sProperties, sCreation, sAccess, sWrite, ullSize,
-                        sVersion, rFile.dwAttributes, rFile.sPath);
+        m_Csv.WriteLine(L"\"%s\",%s\"%s\",\"%s\",\"%s\",\"%I64u\",\"%s\",\"0x%08X\",\"%s\"", rFile.sName, sProperties,
+                        sCreation, sAccess, sWrite, ullSize, sVersion, rFile.dwAttributes, rFile.sPath);
     }
 
     static std::wstring PropertyColumns(const CFileVersions& rVersions)

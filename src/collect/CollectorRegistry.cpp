@@ -86,7 +86,8 @@ HRESULT CCollectorUtil::OutputRegSubKeyData(HKEY hKey, CResultLog& rResultLog)
                 log.Throw(E_OUTOFMEMORY, L"pData.Allocate( %d ) failed.", dwSize);
             Data.resize(dwSize);
             BYTE nNothing = 0;
-            if (::RegQueryValueExW(hKey, aName, nullptr, &dwType, dwSize != 0 ? Data.data() : &nNothing, &dwSize) != ERROR_SUCCESS)
+            if (::RegQueryValueExW(hKey, aName, nullptr, &dwType, dwSize != 0 ? Data.data() : &nNothing, &dwSize) !=
+                ERROR_SUCCESS)
                 return;
             Data.resize(std::min<std::size_t>(dwSize, Data.size()));
             if (const auto sText = DataText(dwType, Data))

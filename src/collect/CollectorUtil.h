@@ -31,8 +31,10 @@ class CCollectorUtil
 {
 public:
     // The strings of a version resource that the listings show, by number.
-    static constexpr std::array PropertyNames{ L"FileVersion",    L"FileDescription", L"Comments",     L"ProductName",  L"ProductVersion", L"CompanyName",
-                                               L"LegalCopyright", L"LegalTrademarks", L"PrivateBuild", L"SpecialBuild", L"InternalName",   L"OriginalFilename" };
+    static constexpr std::array PropertyNames{ L"FileVersion",    L"FileDescription", L"Comments",
+                                               L"ProductName",    L"ProductVersion",  L"CompanyName",
+                                               L"LegalCopyright", L"LegalTrademarks", L"PrivateBuild",
+                                               L"SpecialBuild",   L"InternalName",    L"OriginalFilename" };
     using Properties = std::map<UINT32, std::wstring>;
 
     // The strings of the first translation; a missing one is left out. A file without a resource is no failure and
@@ -54,7 +56,8 @@ public:
 
     // A folder as text: its files, then its subfolders.
     static HRESULT OutputFileInfos(const std::wstring& sDirPath, CResultLog& rResultLog);
-    // A folder and all below it as comma-separated rows. The file is made at the first row: no file in the tree, no CSV.
+    // A folder and all below it as comma-separated rows. The file is made at the first row: no file in the tree, no
+    // CSV.
     static HRESULT OutputVlmFileList(const std::wstring& sDirPath, const std::wstring& sCsvPath);
 
     // The installed DirectX version as a number (major, minor, letter) and as text ("9.0c"), from the diagnostics or,

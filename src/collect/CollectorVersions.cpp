@@ -4,8 +4,8 @@
 #include "collect/FileVersions.h"
 #include "log/FunctionLog.h"
 #include "opdutility/OpdFileHelper.h"
-#include "platform/Handle.h"
 #include "platform/HResult.h"
+#include "platform/Handle.h"
 #include "platform/ModuleVersion.h"
 #include "platform/Path.h"
 #include "platform/Text.h"
@@ -18,11 +18,13 @@ CVersionResource::CTranslation TranslationOf(const CFunctionLog& log, const CFil
 {
     if (rVersions.Error() != ERROR_SUCCESS)
     {
-        log.Throw(E_FAIL, L"::GetFileVersionInfo( \"%s\", %u ) failed. [0x%08X]", rVersions.Path(), rVersions.Resource().Size(), HResultFromWin32(rVersions.Error()));
+        log.Throw(E_FAIL, L"::GetFileVersionInfo( \"%s\", %u ) failed. [0x%08X]", rVersions.Path(),
+                  rVersions.Resource().Size(), HResultFromWin32(rVersions.Error()));
     }
     const auto translation = rVersions.Resource().Translation();
     if (!translation)
-        log.Throw(E_FAIL, L"::VerQueryValue( \"%s\", Translation ) failed. [0x%08X]", rVersions.Path(), LastErrorResult());
+        log.Throw(E_FAIL, L"::VerQueryValue( \"%s\", Translation ) failed. [0x%08X]", rVersions.Path(),
+                  LastErrorResult());
     return *translation;
 }
 
@@ -96,7 +98,8 @@ HRESULT CCollectorUtil::GetTvmFileVersion(const std::wstring& sPath, std::wstrin
             log.Throw(E_FAIL);
         CTaskBlock<BYTE> pData;
         DWORD dwSize = 0;
-        log.Check(COpdFileHelper::ReadFile(sPath, pData.Put(), &dwSize), L"COpdFileHelper::ReadFile( \"%s\" ) failed.[0x%08X]", sPath);
+        log.Check(COpdFileHelper::ReadFile(sPath, pData.Put(), &dwSize),
+                  L"COpdFileHelper::ReadFile( \"%s\" ) failed.[0x%08X]", sPath);
         const auto sVersion = CModuleVersion::Parse(eKind, { pData.Get(), dwSize });
         if (!sVersion)
             log.Throw(E_FAIL);

@@ -17,7 +17,8 @@ namespace
 {
 
 // The shell matches the patterns; an item may be a file or a folder.
-constexpr const wchar_t* Items[] = { L"vlmkey", L"procfile", L"restorable", L"tarnlist*.dat", L"orvel*.dat", L"brenn", L"checkout" };
+constexpr const wchar_t* Items[] = { L"vlmkey",     L"procfile", L"restorable", L"tarnlist*.dat",
+                                     L"orvel*.dat", L"brenn",    L"checkout" };
 
 // Where an upgrade leaves the product's folder, below the Windows folder's name with ".old" behind it. The suffix is a
 // backslash and a digit.
@@ -52,7 +53,8 @@ bool LeadsUpwards(CFolderTrail& rTrail, const std::wstring& sDirPath)
     if (!visit.Entered())
         return true;
     return SUCCEEDED(ReadFolder(sDirPath, contents)) &&
-           std::ranges::any_of(contents.Folders, [&](const CFileEntry& rFolder) { return LeadsUpwards(rTrail, rFolder.sPath); });
+           std::ranges::any_of(contents.Folders,
+                               [&](const CFileEntry& rFolder) { return LeadsUpwards(rTrail, rFolder.sPath); });
 }
 
 // The shell would copy what leads upwards into itself again and again, until no path is left or the disk is full.
@@ -69,7 +71,8 @@ bool IsEndless(const std::wstring& sSource)
     return std::ranges::any_of(Names, [&](const std::wstring& sName) {
         const std::wstring sPath = EntryPath(sParent, sName);
         const DWORD dwAttributes = ::GetFileAttributesW(sPath.c_str());
-        return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && LeadsUpwards(trail, sPath);
+        return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+               LeadsUpwards(trail, sPath);
     });
 }
 
@@ -111,7 +114,9 @@ HRESULT CDrmFilesCollector::Collect(const std::wstring& sRepositoryDirPath, cons
     });
 }
 
-std::vector<CDrmFilesCollector::CCopyJob> CDrmFilesCollector::MakeJobs(const CFunctionLog& log, const std::wstring& sRepositoryDirPath, bool bSxS)
+std::vector<CDrmFilesCollector::CCopyJob> CDrmFilesCollector::MakeJobs(const CFunctionLog& log,
+                                                                       const std::wstring& sRepositoryDirPath,
+                                                                       bool bSxS)
 {
     std::vector<CCopyJob> Jobs{ { sRepositoryDirPath, L"" } };
     AddOldRoots(Jobs);

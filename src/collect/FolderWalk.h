@@ -21,7 +21,11 @@ public:
     class CVisit
     {
     public:
-        CVisit(CFolderTrail& rTrail, const std::wstring& sDirPath) : m_rTrail(rTrail), m_bEntered(rTrail.Enter(sDirPath)) {}
+        CVisit(CFolderTrail& rTrail, const std::wstring& sDirPath)
+            : m_rTrail(rTrail),
+              m_bEntered(rTrail.Enter(sDirPath))
+        {
+        }
         ~CVisit()
         {
             if (m_bEntered)

@@ -61,11 +61,14 @@ HRESULT CInstallerInfoCollector::OutputWindowsInstallerFileList(const std::wstri
 HRESULT CInstallerInfoCollector::OutputInstallShieldFileList(const std::wstring& sCsvPath)
 {
     CFunctionLog log;
-    return log.Run([&] { ListInstallShield(RequireShellFolder(log, CSIDL_PROGRAM_FILES, L"CSIDL_PROGRAM_FILES"), sCsvPath); });
+    return log.Run(
+        [&] { ListInstallShield(RequireShellFolder(log, CSIDL_PROGRAM_FILES, L"CSIDL_PROGRAM_FILES"), sCsvPath); });
 }
 
 HRESULT CInstallerInfoCollector::OutputInstallShieldx86FileList(const std::wstring& sCsvPath)
 {
     CFunctionLog log;
-    return log.Run([&] { ListInstallShield(RequireShellFolder(log, CSIDL_PROGRAM_FILESX86, L"CSIDL_PROGRAM_FILESX86"), sCsvPath); });
+    return log.Run([&] {
+        ListInstallShield(RequireShellFolder(log, CSIDL_PROGRAM_FILESX86, L"CSIDL_PROGRAM_FILESX86"), sCsvPath);
+    });
 }

@@ -13,5 +13,6 @@ inline std::wstring ListedTime(const FILETIME& rTime)
     if (!Time)
         Time = LocalTimeOf(FILETIME{});
     const SYSTEMTIME Shown = Time.value_or(SYSTEMTIME{});
-    return FormatText(L"%02d/%02d/%02d,%02d:%02d:%02d", Shown.wYear, Shown.wMonth, Shown.wDay, Shown.wHour, Shown.wMinute, Shown.wSecond);
+    return FormatText(L"%02d/%02d/%02d,%02d:%02d:%02d", Shown.wYear, Shown.wMonth, Shown.wDay, Shown.wHour,
+                      Shown.wMinute, Shown.wSecond);
 }

@@ -23,7 +23,9 @@ constexpr const wchar_t* AppDataPrefix = L"appdata-";
 
 std::wstring CommonDataDirPath(const CFunctionLog& log)
 {
-    return JoinPath(JoinPath(RequireShellFolder(log, CSIDL_COMMON_APPDATA, L"CSIDL_COMMON_APPDATA"), L"Tolvane Corporation"), L"Velmora");
+    return JoinPath(
+        JoinPath(RequireShellFolder(log, CSIDL_COMMON_APPDATA, L"CSIDL_COMMON_APPDATA"), L"Tolvane Corporation"),
+        L"Velmora");
 }
 
 // The log of an installation that has not ended yet, or was broken off.
@@ -33,7 +35,8 @@ void CopyTemporaryLog(const CFunctionLog& log, const std::wstring& sInstallerDir
     const DWORD nTemp = ::GetTempPathW(MAX_PATH, aTemp);
     if (nTemp == 0 || nTemp >= MAX_PATH)
     {
-        log.Warning(L"::GetTempPath() failed. [0x%08X]", nTemp == 0 ? LastErrorResult() : HResultFromWin32(ERROR_INSUFFICIENT_BUFFER));
+        log.Warning(L"::GetTempPath() failed. [0x%08X]",
+                    nTemp == 0 ? LastErrorResult() : HResultFromWin32(ERROR_INSUFFICIENT_BUFFER));
         return;
     }
     const std::wstring sSource = JoinPath(aTemp, L"VlmInstall\\vlminstlog.txt");
@@ -48,7 +51,8 @@ void CopyTemporaryLog(const CFunctionLog& log, const std::wstring& sInstallerDir
 
 CLogCollector::CLogCollector() : m_Progress(L"CLogCollector", 30, L"collect log...") {}
 
-HRESULT CLogCollector::Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath, bool bSxS, const std::wstring& sOutDirPath)
+HRESULT CLogCollector::Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath, bool bSxS,
+                               const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -56,26 +60,32 @@ HRESULT CLogCollector::Collect(const std::wstring& sRepositoryDirPath, const std
 
         m_Progress.Update(10, L"Collecting Velmora Log...");
         Tolerate(log, CollectLogFileFromRepository(sRepositoryDirPath, sOutDirPath),
-                 L"CLogCollector::CollectLogFileFromRepository( \"%s\", \"%s\" ) failed. [0x%08X]", sRepositoryDirPath, sOutDirPath);
+                 L"CLogCollector::CollectLogFileFromRepository( \"%s\", \"%s\" ) failed. [0x%08X]", sRepositoryDirPath,
+                 sOutDirPath);
         m_Progress.Update(20, L"Collecting Nuvex Log...");
         Tolerate(log, CollectLogFileFromNuvex(sNuvexDirPath, sOutDirPath),
-                 L"CLogCollector::CollectLogFileFromNuvex( \"%s\", \"%s\" ) failed. [0x%08X]", sNuvexDirPath, sOutDirPath);
+                 L"CLogCollector::CollectLogFileFromNuvex( \"%s\", \"%s\" ) failed. [0x%08X]", sNuvexDirPath,
+                 sOutDirPath);
         m_Progress.Update(30, L"Collecting COMMON_APPDATA Log...");
-        Tolerate(log, CollectLogFileFromAppData(sOutDirPath), L"CLogCollector::CollectLogFileFromAppData( \"%s\" ) failed.[0x%08X]", sOutDirPath);
+        Tolerate(log, CollectLogFileFromAppData(sOutDirPath),
+                 L"CLogCollector::CollectLogFileFromAppData( \"%s\" ) failed.[0x%08X]", sOutDirPath);
 
         if (!bSxS)
         {
             const std::wstring sInstallerDirPath = sOutDirPath + L"\\installer";
             if (!FileExists(sInstallerDirPath))
-                CreateOutputFolder(log, sInstallerDirPath, L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed.[0x%08X]");
-            Tolerate(log, CollectInstallerLog(sInstallerDirPath), L"CLogCollector::CollectInstallerLog( \"%s\" ) failed.[0x%08X]", sInstallerDirPath);
+                CreateOutputFolder(log, sInstallerDirPath,
+                                   L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed.[0x%08X]");
+            Tolerate(log, CollectInstallerLog(sInstallerDirPath),
+                     L"CLogCollector::CollectInstallerLog( \"%s\" ) failed.[0x%08X]", sInstallerDirPath);
         }
-        Tolerate(log, CollectLogFileFromDesktop(sOutDirPath), L"CLogCollector::CollectLogFileFromDesktop( \"%s\" ) failed.[0x%08X]", sOutDirPath);
+        Tolerate(log, CollectLogFileFromDesktop(sOutDirPath),
+                 L"CLogCollector::CollectLogFileFromDesktop( \"%s\" ) failed.[0x%08X]", sOutDirPath);
     });
 }
 
-HRESULT CLogCollector::CopyFiles(const std::wstring& sTargetDirPath, const std::wstring& sSourceDirPath, std::span<const wchar_t* const> Patterns,
-                                 const std::wstring& sPrefix)
+HRESULT CLogCollector::CopyFiles(const std::wstring& sTargetDirPath, const std::wstring& sSourceDirPath,
+                                 std::span<const wchar_t* const> Patterns, const std::wstring& sPrefix)
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -86,14 +96,16 @@ HRESULT CLogCollector::CopyFiles(const std::wstring& sTargetDirPath, const std::
         {
             const std::wstring sSearch = JoinPath(sSourceDirPath, pPattern);
             std::vector<std::wstring> Names;
-            log.Check(COpdFileHelper::EnumFiles(sSearch, Names), L"COpdFileHelper::EnumFiles( \"%s\" ) failed.[0x%08X]", sSearch);
+            log.Check(COpdFileHelper::EnumFiles(sSearch, Names), L"COpdFileHelper::EnumFiles( \"%s\" ) failed.[0x%08X]",
+                      sSearch);
             for (const std::wstring& sName : Names)
             {
                 const std::wstring sSource = EntryPath(sSourceDirPath, sName);
                 const std::wstring sTarget = EntryPath(sTargetDirPath, sPrefix + sName);
                 // All bits are set for a file that has vanished since.
                 const DWORD dwAttributes = ::GetFileAttributesW(sSource.c_str());
-                if ((dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || ::CopyFileW(sSource.c_str(), sTarget.c_str(), FALSE))
+                if ((dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ||
+                    ::CopyFileW(sSource.c_str(), sTarget.c_str(), FALSE))
                     continue;
                 const HRESULT hr = LastErrorResult();
                 log.Warning(L"CopyFile( \"%s\", \"%s\" ) failed.[0x%08X]", sSource, sTarget, hr);
@@ -102,7 +114,8 @@ HRESULT CLogCollector::CopyFiles(const std::wstring& sTargetDirPath, const std::
     });
 }
 
-HRESULT CLogCollector::CollectLogFileFromRepository(const std::wstring& sRepositoryDirPath, const std::wstring& sOutDirPath)
+HRESULT CLogCollector::CollectLogFileFromRepository(const std::wstring& sRepositoryDirPath,
+                                                    const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] { return CopyFiles(sOutDirPath, sRepositoryDirPath, RepositoryPatterns, L""); });
@@ -126,12 +139,15 @@ HRESULT CLogCollector::CollectInstallerLog(const std::wstring& sInstallerDirPath
     return log.Run([&] {
         CopyTemporaryLog(log, sInstallerDirPath);
         const std::wstring sSourceDirPath = JoinPath(CommonDataDirPath(log), L"installer");
-        log.Check(CopyFiles(sInstallerDirPath, sSourceDirPath, InstallerPatterns, AppDataPrefix), L"CopyFiles() failed.[0x%08X]");
+        log.Check(CopyFiles(sInstallerDirPath, sSourceDirPath, InstallerPatterns, AppDataPrefix),
+                  L"CopyFiles() failed.[0x%08X]");
     });
 }
 
 HRESULT CLogCollector::CollectLogFileFromDesktop(const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
-    return log.Run([&] { return CopyFiles(sOutDirPath, RequireShellFolder(log, CSIDL_DESKTOP, L"CSIDL_DESKTOP"), DesktopPatterns, L""); });
+    return log.Run([&] {
+        return CopyFiles(sOutDirPath, RequireShellFolder(log, CSIDL_DESKTOP, L"CSIDL_DESKTOP"), DesktopPatterns, L"");
+    });
 }

@@ -13,12 +13,13 @@ public:
 
     // Only a folder that cannot be made is a failure. The order of the steps counts: a later file of the same name
     // overwrites an earlier one.
-    HRESULT Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath, bool bSxS, const std::wstring& sOutDirPath);
+    HRESULT Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath, bool bSxS,
+                    const std::wstring& sOutDirPath);
 
 private:
     // Copies the files that match, each named by sPrefix and its own name. A file that cannot be copied costs itself.
-    HRESULT CopyFiles(const std::wstring& sTargetDirPath, const std::wstring& sSourceDirPath, std::span<const wchar_t* const> Patterns,
-                      const std::wstring& sPrefix);
+    HRESULT CopyFiles(const std::wstring& sTargetDirPath, const std::wstring& sSourceDirPath,
+                      std::span<const wchar_t* const> Patterns, const std::wstring& sPrefix);
     HRESULT CollectLogFileFromRepository(const std::wstring& sRepositoryDirPath, const std::wstring& sOutDirPath);
     HRESULT CollectLogFileFromNuvex(const std::wstring& sNuvexDirPath, const std::wstring& sOutDirPath);
     HRESULT CollectLogFileFromAppData(const std::wstring& sOutDirPath);

@@ -130,17 +130,21 @@ void OutputRule(const CFunctionLog& log, CResultLog& rResultLog, INetFwRule* pRu
     rResultLog.WriteLine(L"--- Action is %ls.", NameOf(ActionTable, NumberOf(eAction), L""));
 }
 
-void OutputProfile(const CFunctionLog& log, CResultLog& rResultLog, INetFwPolicy2* pPolicy, NET_FW_PROFILE_TYPE2 eProfile)
+void OutputProfile(const CFunctionLog& log, CResultLog& rResultLog, INetFwPolicy2* pPolicy,
+                   NET_FW_PROFILE_TYPE2 eProfile)
 {
     VARIANT_BOOL bValue = VARIANT_FALSE;
     log.Check(pPolicy->get_FirewallEnabled(eProfile, &bValue), L"netFwPolicy->get_FirewallEnabled() failed.[0x%08X]");
     rResultLog.WriteLine(L"- Firewall is %ls", EnableText(bValue));
-    log.Check(pPolicy->get_BlockAllInboundTraffic(eProfile, &bValue), L"netFwPolicy->get_BlockAllInboundTraffic() failed.[0x%08X]");
+    log.Check(pPolicy->get_BlockAllInboundTraffic(eProfile, &bValue),
+              L"netFwPolicy->get_BlockAllInboundTraffic() failed.[0x%08X]");
     rResultLog.WriteLine(L"-- AllInboundTraffic is %ls", bValue == VARIANT_TRUE ? L"blocked" : L"not blocked");
     NET_FW_ACTION eAction = NET_FW_ACTION_BLOCK;
-    log.Check(pPolicy->get_DefaultInboundAction(eProfile, &eAction), L"netFwPolicy->get_DefaultInboundAction() failed.[0x%08X]");
+    log.Check(pPolicy->get_DefaultInboundAction(eProfile, &eAction),
+              L"netFwPolicy->get_DefaultInboundAction() failed.[0x%08X]");
     rResultLog.WriteLine(L"-- DefaultInboundAction is %ls", NameOf(ActionTable, NumberOf(eAction), L""));
-    log.Check(pPolicy->get_DefaultOutboundAction(eProfile, &eAction), L"netFwPolicy->get_DefaultOutboundAction() failed.[0x%08X]");
+    log.Check(pPolicy->get_DefaultOutboundAction(eProfile, &eAction),
+              L"netFwPolicy->get_DefaultOutboundAction() failed.[0x%08X]");
     rResultLog.WriteLine(L"-- DefaultOutboundAction is %ls", NameOf(ActionTable, NumberOf(eAction), L""));
     log.Check(pPolicy->get_UnicastResponsesToMulticastBroadcastDisabled(eProfile, &bValue),
               L"netFwPolicy->get_UnicastResponsesToMulticastBroadcastDisabled() failed.[0x%08X]");
@@ -157,7 +161,8 @@ HRESULT CNetworkInfoCollector::collectFirewallInfo()
         Version.dwOSVersionInfoSize = sizeof Version;
         if (!::GetVersionExW(&Version))
             ThrowWin32(log, ::GetLastError(), L"GetVersionEx() failed. [%d]");
-        const HRESULT hr = Version.dwMajorVersion < 6 ? collectFirewallInfoForXP() : collectFirewallInfoForVistaOrLater();
+        const HRESULT hr = Version.dwMajorVersion < 6 ? collectFirewallInfoForXP()
+                                                      : collectFirewallInfoForVistaOrLater();
         log.Check(hr, L"collectFirewallInfo() failed.[0x%08X]");
     });
 }
@@ -172,10 +177,12 @@ HRESULT CNetworkInfoCollector::collectFirewallInfoForXP()
         const COldFirewall firewall(log);
         const CFirewallItems apps(log, firewall.pApps.Get(), AppsFailures);
         m_ResultLog.WriteLine(L"* Windows Firewall Info");
-        m_ResultLog.WriteLine(L"** Current Profile Type is %ls", NameOf(OldProfileTable, NumberOf(firewall.eProfile), L""));
+        m_ResultLog.WriteLine(L"** Current Profile Type is %ls",
+                              NameOf(OldProfileTable, NumberOf(firewall.eProfile), L""));
         m_ResultLog.WriteLine(L"- Firewall is %ls", EnableText(firewall.bEnabled));
         m_ResultLog.WriteLine(L"-- Application count is %d", apps.nCount);
-        apps.ForEach<INetFwAuthorizedApplication>([&](INetFwAuthorizedApplication* pApp) { OutputApplication(log, m_ResultLog, pApp); });
+        apps.ForEach<INetFwAuthorizedApplication>(
+            [&](INetFwAuthorizedApplication* pApp) { OutputApplication(log, m_ResultLog, pApp); });
     });
 }
 
@@ -188,11 +195,13 @@ HRESULT CNetworkInfoCollector::collectFirewallInfoForVistaOrLater()
         ComPtr<INetFwPolicy2> pPolicy;
         log.Check(CreateFirewallObject<NetFwPolicy2>(pPolicy), L"WFCOMInitialize() failed.[0x%08X]");
         LONG nProfiles = 0;
-        log.Check(pPolicy->get_CurrentProfileTypes(&nProfiles), L"netFwPolicy->get_CurrentProfileTypes() failed.[0x%08X]");
+        log.Check(pPolicy->get_CurrentProfileTypes(&nProfiles),
+                  L"netFwPolicy->get_CurrentProfileTypes() failed.[0x%08X]");
         m_ResultLog.WriteLine(L"* Windows Firewall Info");
         m_ResultLog.WriteLine(L"** Current Profile Type is %ls", ProfilesText(nProfiles));
         ComPtr<IUnknown> pUnknown;
-        const HRESULT hr = pPolicy->QueryInterface(__uuidof(IUnknown), reinterpret_cast<void**>(pUnknown.GetAddressOf()));
+        const HRESULT hr = pPolicy->QueryInterface(__uuidof(IUnknown),
+                                                   reinterpret_cast<void**>(pUnknown.GetAddressOf()));
         log.Check(Filled(hr, pUnknown), L"netFwPolicy.QueryInterface() failed.[0x%08X]");
         // A profile that fails keeps the lines that it has; the next one follows.
         m_ResultLog.WriteLine(L"** <<Profile Type is NET_FW_PROFILE2_DOMAIN>>");
@@ -205,12 +214,15 @@ HRESULT CNetworkInfoCollector::collectFirewallInfoForVistaOrLater()
 }
 
 // The rules are those of the whole firewall: their list stands whole under each profile.
-HRESULT CNetworkInfoCollector::get_FirewallSettings_PerProfileType(CResultLog& rResultLog, NET_FW_PROFILE_TYPE2 eProfile, IUnknown* pNetFwPolicy2)
+HRESULT CNetworkInfoCollector::get_FirewallSettings_PerProfileType(CResultLog& rResultLog,
+                                                                   NET_FW_PROFILE_TYPE2 eProfile,
+                                                                   IUnknown* pNetFwPolicy2)
 {
     CFunctionLog log;
     return log.Run([&] {
         ComPtr<INetFwPolicy2> pPolicy;
-        HRESULT hr = pNetFwPolicy2->QueryInterface(__uuidof(INetFwPolicy2), reinterpret_cast<void**>(pPolicy.GetAddressOf()));
+        HRESULT hr = pNetFwPolicy2->QueryInterface(__uuidof(INetFwPolicy2),
+                                                   reinterpret_cast<void**>(pPolicy.GetAddressOf()));
         log.Check(Filled(hr, pPolicy), L"CComQIPtr<INetFwPolicy2> netFwPolicy(pNetFwPolicy2) failed.[0x%08X]");
         OutputProfile(log, rResultLog, pPolicy.Get(), eProfile);
         ComPtr<INetFwRules> pRules;

@@ -22,8 +22,8 @@ HRESULT Filled(HRESULT hr, const Microsoft::WRL::ComPtr<Interface>& rpObject)
 template <typename Class, typename Interface>
 HRESULT CreateFirewallObject(Microsoft::WRL::ComPtr<Interface>& rpObject)
 {
-    const HRESULT hr =
-        ::CoCreateInstance(__uuidof(Class), nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), reinterpret_cast<void**>(rpObject.GetAddressOf()));
+    const HRESULT hr = ::CoCreateInstance(__uuidof(Class), nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface),
+                                          reinterpret_cast<void**>(rpObject.GetAddressOf()));
     return Filled(hr, rpObject);
 }
 
@@ -65,7 +65,9 @@ struct CFirewallItems
             // Both kinds of object pointer stand at the same place.
             IUnknown* const pUnknown = rValue.vt == VT_DISPATCH || rValue.vt == VT_UNKNOWN ? rValue.punkVal : nullptr;
             Microsoft::WRL::ComPtr<Item> pItem;
-            if (pUnknown != nullptr && SUCCEEDED(pUnknown->QueryInterface(__uuidof(Item), reinterpret_cast<void**>(pItem.GetAddressOf()))) && pItem)
+            if (pUnknown != nullptr &&
+                SUCCEEDED(pUnknown->QueryInterface(__uuidof(Item), reinterpret_cast<void**>(pItem.GetAddressOf()))) &&
+                pItem)
                 visit(pItem.Get());
         }
     }

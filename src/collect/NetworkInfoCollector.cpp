@@ -44,8 +44,8 @@ HRESULT CNetworkInfoCollector::Collect(const std::wstring& sOutDirPath)
     return log.Run([&] {
         if (sOutDirPath.empty())
             log.Fail(E_INVALIDARG, L"sOutDirPath == empty");
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath), L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]",
-                  sOutDirPath);
+        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
+                  L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]", sOutDirPath);
         const std::wstring sReport = JoinPath(sOutDirPath, L"NetworkInfo.txt");
         log.Check(m_ResultLog.Open(sReport, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sReport);
         Separate();
@@ -91,7 +91,8 @@ HRESULT CNetworkInfoCollector::collectIpAddress()
             ThrowWin32(log, dwStatus, L"GetInterfaceInfo() failed. [%d]");
 
         const auto Addresses = addresses.Rows<MIB_IPADDRROW>(offsetof(MIB_IPADDRTABLE, table), addresses.Count());
-        const auto Adapters = interfaces.Rows<IP_ADAPTER_INDEX_MAP>(offsetof(IP_INTERFACE_INFO, Adapter), interfaces.Count());
+        const auto Adapters = interfaces.Rows<IP_ADAPTER_INDEX_MAP>(offsetof(IP_INTERFACE_INFO, Adapter),
+                                                                    interfaces.Count());
         m_ResultLog.WriteLine(L"** Network device count is %d", Adapters.size());
         for (const IP_ADAPTER_INDEX_MAP& rAdapter : Adapters)
         {

@@ -28,7 +28,8 @@ private:
     HRESULT collectFirewallInfo();
     HRESULT collectFirewallInfoForXP();
     HRESULT collectFirewallInfoForVistaOrLater();
-    static HRESULT get_FirewallSettings_PerProfileType(CResultLog& rResultLog, NET_FW_PROFILE_TYPE2 eProfile, IUnknown* pNetFwPolicy2);
+    static HRESULT get_FirewallSettings_PerProfileType(CResultLog& rResultLog, NET_FW_PROFILE_TYPE2 eProfile,
+                                                       IUnknown* pNetFwPolicy2);
 
     static std::wstring stringFromGuid(const GUID& rGuid);
 

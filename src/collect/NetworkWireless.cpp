@@ -48,15 +48,18 @@ void OutputNetwork(CResultLog& rResultLog, const WLAN_AVAILABLE_NETWORK& rNetwor
     rResultLog.WriteLine(L"--- IsConnected      : %d", rNetwork.dwFlags & 1);
     rResultLog.WriteLine(L"--- HasProfile       : %d", rNetwork.dwFlags >> 1 & 1);
     rResultLog.WriteLine(L"--- Profile name     : %ls", FieldText(rNetwork.strProfileName));
-    rResultLog.WriteLine(L"--- Auth Algorithm   : %ls", NameOf(AuthTable, static_cast<DWORD>(rNetwork.dot11DefaultAuthAlgorithm), L""));
-    rResultLog.WriteLine(L"--- Cipher Algorithm : %ls", NameOf(CipherTable, static_cast<DWORD>(rNetwork.dot11DefaultCipherAlgorithm), L""));
+    rResultLog.WriteLine(L"--- Auth Algorithm   : %ls",
+                         NameOf(AuthTable, static_cast<DWORD>(rNetwork.dot11DefaultAuthAlgorithm), L""));
+    rResultLog.WriteLine(L"--- Cipher Algorithm : %ls",
+                         NameOf(CipherTable, static_cast<DWORD>(rNetwork.dot11DefaultCipherAlgorithm), L""));
 }
 
 } // namespace
 
 CWlanApi::CWlanApi() : m_hModule(LoadSystemLibrary(L"wlanapi.dll"))
 {
-    const bool bBound = BindFunction(m_hModule, "WlanOpenHandle", OpenHandle) && BindFunction(m_hModule, "WlanCloseHandle", CloseHandle) &&
+    const bool bBound = BindFunction(m_hModule, "WlanOpenHandle", OpenHandle) &&
+                        BindFunction(m_hModule, "WlanCloseHandle", CloseHandle) &&
                         BindFunction(m_hModule, "WlanEnumInterfaces", EnumInterfaces) &&
                         BindFunction(m_hModule, "WlanGetAvailableNetworkList", GetAvailableNetworkList) &&
                         BindFunction(m_hModule, "WlanFreeMemory", FreeMemory);
@@ -84,7 +87,8 @@ HRESULT CNetworkInfoCollector::collectWlanInfo()
             m_ResultLog.WriteLine(L"- %ls", FieldText(rInterface.strInterfaceDescription));
             m_ResultLog.WriteLine(L"-- InterfaceGUID : %ls", sGuid);
             // One interface that cannot be asked drops those behind it.
-            log.Check(collectApInfo(api, client.Get(), rInterface.InterfaceGuid), L"collectApInfo(%ls) failed. [0x%08X]", sGuid);
+            log.Check(collectApInfo(api, client.Get(), rInterface.InterfaceGuid),
+                      L"collectApInfo(%ls) failed. [0x%08X]", sGuid);
         }
     });
 }

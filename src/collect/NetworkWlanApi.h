@@ -40,7 +40,8 @@ public:
     DWORD Open(DWORD dwVersion)
     {
         DWORD dwNegotiated = 0;
-        return m_rApi.Error() != ERROR_SUCCESS ? m_rApi.Error() : m_rApi.OpenHandle(dwVersion, nullptr, &dwNegotiated, &m_hClient);
+        return m_rApi.Error() != ERROR_SUCCESS ? m_rApi.Error()
+                                               : m_rApi.OpenHandle(dwVersion, nullptr, &dwNegotiated, &m_hClient);
     }
     HANDLE Get() const { return m_hClient; }
 

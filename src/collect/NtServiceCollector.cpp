@@ -30,6 +30,7 @@ constexpr CNameRow<DWORD> StateTable[] = {
     { SERVICE_STOP_PENDING, L"SERVICE_STOP_PENDING" },
     { SERVICE_STOPPED, L"SERVICE_STOPPED" },
 };
+// clang-format off
 constexpr CNameRow<DWORD> StartTable[] = {
     { SERVICE_AUTO_START, L"SERVICE_AUTO_START" },
     { SERVICE_BOOT_START, L"SERVICE_BOOT_START" },
@@ -37,6 +38,7 @@ constexpr CNameRow<DWORD> StartTable[] = {
     { SERVICE_DISABLED, L"SERVICE_DISABLED" },
     { SERVICE_SYSTEM_START, L"SERVICE_SYSTEM_START" },
 };
+// clang-format on
 
 } // namespace
 
@@ -48,9 +50,10 @@ HRESULT CNtServiceCollector::Collect(const std::wstring& sOutDirPath)
     return log.Run([&] {
         if (sOutDirPath.empty())
             log.Fail(E_INVALIDARG, L"sOutDirPath == empty");
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath), L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]",
-                  sOutDirPath);
-        log.Check(m_ResultLog.Open(JoinPath(sOutDirPath, L"NtService.txt"), true), L"m_ResultLog.Open() failed. [0x%08X]");
+        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
+                  L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]", sOutDirPath);
+        log.Check(m_ResultLog.Open(JoinPath(sOutDirPath, L"NtService.txt"), true),
+                  L"m_ResultLog.Open() failed. [0x%08X]");
         const CServiceHandle hManager(::OpenSCManagerW(nullptr, nullptr, GENERIC_READ));
         if (!hManager)
             ThrowWin32(log, ::GetLastError(), L"::OpenSCManager() failed. [%d]");
@@ -65,8 +68,9 @@ void CNtServiceCollector::OutputServices(const CFunctionLog& log, SC_HANDLE hMan
     // The whole list each time: a call without enough room leaves the place where it stopped behind.
     const auto Enumerate = [&](BYTE* pBuffer, DWORD& rdwSize) {
         DWORD dwResume = 0;
-        return StatusOf(::EnumServicesStatusW(hManager, SERVICE_WIN32, SERVICE_STATE_ALL, reinterpret_cast<ENUM_SERVICE_STATUSW*>(pBuffer), rdwSize,
-                                              &rdwSize, &dwCount, &dwResume));
+        return StatusOf(::EnumServicesStatusW(hManager, SERVICE_WIN32, SERVICE_STATE_ALL,
+                                              reinterpret_cast<ENUM_SERVICE_STATUSW*>(pBuffer), rdwSize, &rdwSize,
+                                              &dwCount, &dwResume));
     };
     CSizedRead services(ERROR_MORE_DATA);
     const DWORD dwAsked = services.AskSize(Enumerate);
@@ -90,7 +94,8 @@ void CNtServiceCollector::OutputServices(const CFunctionLog& log, SC_HANDLE hMan
 }
 
 // A service that may not be read ends the list, after its state.
-void CNtServiceCollector::OutputService(const CFunctionLog& log, SC_HANDLE hManager, const ENUM_SERVICE_STATUSW& rService)
+void CNtServiceCollector::OutputService(const CFunctionLog& log, SC_HANDLE hManager,
+                                        const ENUM_SERVICE_STATUSW& rService)
 {
     m_ResultLog.WriteLine(L"");
     m_ResultLog.WriteLine(L"Name         : \"%ls\" (\"%ls\")", rService.lpDisplayName, rService.lpServiceName);
@@ -105,7 +110,8 @@ void CNtServiceCollector::OutputService(const CFunctionLog& log, SC_HANDLE hMana
 void CNtServiceCollector::OutputConfig(const CFunctionLog& log, SC_HANDLE hService)
 {
     const auto Query = [&](BYTE* pBuffer, DWORD& rdwSize) {
-        return StatusOf(::QueryServiceConfigW(hService, reinterpret_cast<QUERY_SERVICE_CONFIGW*>(pBuffer), rdwSize, &rdwSize));
+        return StatusOf(
+            ::QueryServiceConfigW(hService, reinterpret_cast<QUERY_SERVICE_CONFIGW*>(pBuffer), rdwSize, &rdwSize));
     };
     CSizedRead config(ERROR_INSUFFICIENT_BUFFER);
     DWORD dwStatus = config.AskSize(Query);

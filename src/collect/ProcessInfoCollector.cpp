@@ -34,8 +34,8 @@ HRESULT CProcessInfoCollector::Collect(const std::wstring& sOutDirPath)
         if (sOutDirPath.empty())
             log.Fail(E_INVALIDARG, L"sOutDirPath == empty");
         const CDebugPrivilege privilege;
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath), L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]",
-                  sOutDirPath);
+        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
+                  L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]", sOutDirPath);
         OpenReport(log, m_ResultLog, JoinPath(sOutDirPath, L"RunningProcesses.txt"));
         OpenReport(log, m_DetailLog, JoinPath(sOutDirPath, L"RunningProcessesDetail.txt"));
         OutputProcesses(log);
@@ -87,7 +87,8 @@ void CProcessInfoCollector::OutputModules(DWORD dwProcessId)
     const CFileHandle hSnapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, dwProcessId));
     if (!hSnapshot)
     {
-        m_DetailLog.WriteLine(L"::CreateToolhelp32Snapshot( TH32CS_SNAPMODULE, 0x%08X ) failed. [0x%08X]", dwProcessId, LastErrorResult());
+        m_DetailLog.WriteLine(L"::CreateToolhelp32Snapshot( TH32CS_SNAPMODULE, 0x%08X ) failed. [0x%08X]", dwProcessId,
+                              LastErrorResult());
         return;
     }
     MODULEENTRY32W Module{};

@@ -17,6 +17,7 @@ struct CHive
 };
 
 // Not constexpr: the roots are casts.
+// clang-format off
 const CHive Hives[] = {
     { HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows NT\\CurrentVersion\\AppCompatFlags", L"HKCU_AppCompatFlags.dat" },
     { HKEY_CURRENT_USER, L"Software\\Classes\\VirtualStore\\MACHINE\\Software\\Tolvane Corporation", L"HKCU_VirtualStore_TolvaneCorporation.dat" },
@@ -31,8 +32,10 @@ const CHive Hives[] = {
     { HKEY_CURRENT_USER, L"Software\\Tolvane Corporation", L"HKCU_TolvaneCorporation.dat" },
     { HKEY_LOCAL_MACHINE, L"Software\\ASIO", L"HKLM_ASIO.dat" },
 };
+// clang-format on
 
-// The platform refuses a file that is there already, so that of a second run into the same folder the first one's stands.
+// The platform refuses a file that is there already, so that of a second run into the same folder the first one's
+// stands.
 void SaveHive(const CFunctionLog& log, const CHive& rHive, const std::wstring& sPath)
 {
     const auto dwRoot = static_cast<DWORD>(reinterpret_cast<UINT_PTR>(rHive.hRoot));

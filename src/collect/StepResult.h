@@ -14,7 +14,8 @@ void Tolerate(const CFunctionLog& log, HRESULT hr, CFormat<Args..., HRESULT> for
 
 // Throws a platform error with a record whose last conversion is its number. An "error" of 0 fails as well.
 template <typename... Args>
-[[noreturn]] void ThrowWin32(const CFunctionLog& log, DWORD dwError, CFormat<Args..., DWORD> format, const Args&... args)
+[[noreturn]] void ThrowWin32(const CFunctionLog& log, DWORD dwError, CFormat<Args..., DWORD> format,
+                             const Args&... args)
 {
     log.Throw<Args..., DWORD>(HResultFromWin32(dwError), format, args..., dwError);
 }

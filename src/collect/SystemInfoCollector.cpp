@@ -21,10 +21,11 @@ constexpr UINT32 Range = 60;
 void RunTool(const CFunctionLog& log, const std::wstring& sProgram, const std::wstring& sCommand)
 {
     DWORD dwExitCode = 0;
-    log.Check(COpdExecFile::Execute(sProgram, sCommand, &dwExitCode), L"COpdExecFile::Execute( \"%s\", \"%s\" ) failed. [0x%08X]", sProgram,
-              sCommand);
+    log.Check(COpdExecFile::Execute(sProgram, sCommand, &dwExitCode),
+              L"COpdExecFile::Execute( \"%s\", \"%s\" ) failed. [0x%08X]", sProgram, sCommand);
     if (dwExitCode != 0)
-        log.Throw(E_FAIL, L"COpdExecFile::Execute( \"%s\", \"%s\" ) failed. [ExitCode:%u]", sProgram, sCommand, dwExitCode);
+        log.Throw(E_FAIL, L"COpdExecFile::Execute( \"%s\", \"%s\" ) failed. [ExitCode:%u]", sProgram, sCommand,
+                  dwExitCode);
 }
 
 } // namespace
@@ -37,23 +38,29 @@ HRESULT CSystemInfoCollector::Collect(const std::wstring& sOutDirPath, bool bSil
     return log.Run([&] {
         if (sOutDirPath.empty())
             log.Fail(E_INVALIDARG, L"sOutDirPath == empty");
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath), L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]",
-                  sOutDirPath);
+        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
+                  L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]", sOutDirPath);
         std::wstring sSystemDirPath;
-        Tolerate(log, GetShellFolder(CSIDL_SYSTEM, sSystemDirPath), L"::SHGetFolderPath( CSIDL_SYSTEM ) failed. [0x%08X]");
-        Tolerate(log, ExecuteSystemInfo(sSystemDirPath, sOutDirPath), L"CSystemInfoCollector::ExecuteSystemInfo( \"%s\", \"%s\" ) failed. [0x%08X]",
-                 sSystemDirPath, sOutDirPath);
+        Tolerate(log, GetShellFolder(CSIDL_SYSTEM, sSystemDirPath),
+                 L"::SHGetFolderPath( CSIDL_SYSTEM ) failed. [0x%08X]");
+        Tolerate(log, ExecuteSystemInfo(sSystemDirPath, sOutDirPath),
+                 L"CSystemInfoCollector::ExecuteSystemInfo( \"%s\", \"%s\" ) failed. [0x%08X]", sSystemDirPath,
+                 sOutDirPath);
         if (!bSilent)
-            Tolerate(log, ExecuteMsInfo32(sSystemDirPath, sOutDirPath), L"CSystemInfoCollector::ExecuteMsInfo32( \"%s\", \"%s\" ) failed. [0x%08X]",
-                     sSystemDirPath, sOutDirPath);
+            Tolerate(log, ExecuteMsInfo32(sSystemDirPath, sOutDirPath),
+                     L"CSystemInfoCollector::ExecuteMsInfo32( \"%s\", \"%s\" ) failed. [0x%08X]", sSystemDirPath,
+                     sOutDirPath);
 
         const std::wstring sReport = JoinPath(sOutDirPath, L"Windows.txt");
         log.Check(Open(sReport, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sReport);
         OutputSections(log);
 
-        Tolerate(log, CNtServiceCollector().Collect(sOutDirPath), L"CNtServiceCollector::Collect( \"%s\" ) failed. [0x%08X]", sOutDirPath);
-        Tolerate(log, CProcessInfoCollector().Collect(sOutDirPath), L"CProcessInfoCollector::Collect( \"%s\" ) failed. [0x%08X]", sOutDirPath);
-        Tolerate(log, CNetworkInfoCollector().Collect(sOutDirPath), L"CNetworkInfoCollector::Collect( \"%s\" ) failed. [0x%08X]", sOutDirPath);
+        Tolerate(log, CNtServiceCollector().Collect(sOutDirPath),
+                 L"CNtServiceCollector::Collect( \"%s\" ) failed. [0x%08X]", sOutDirPath);
+        Tolerate(log, CProcessInfoCollector().Collect(sOutDirPath),
+                 L"CProcessInfoCollector::Collect( \"%s\" ) failed. [0x%08X]", sOutDirPath);
+        Tolerate(log, CNetworkInfoCollector().Collect(sOutDirPath),
+                 L"CNetworkInfoCollector::Collect( \"%s\" ) failed. [0x%08X]", sOutDirPath);
     });
 }
 
@@ -61,7 +68,8 @@ HRESULT CSystemInfoCollector::ExecuteSystemInfo(const std::wstring& sSystemDirPa
 {
     CFunctionLog log;
     return log.Run([&] {
-        RunTool(log, JoinPath(sSystemDirPath, L"cmd.exe"), FormatText(L"/c systeminfo > \"%s\"", JoinPath(sOutDirPath, L"systeminfo.txt")));
+        RunTool(log, JoinPath(sSystemDirPath, L"cmd.exe"),
+                FormatText(L"/c systeminfo > \"%s\"", JoinPath(sOutDirPath, L"systeminfo.txt")));
     });
 }
 
@@ -70,7 +78,8 @@ HRESULT CSystemInfoCollector::ExecuteMsInfo32(const std::wstring&, const std::ws
 {
     CFunctionLog log;
     return log.Run([&] {
-        const std::wstring sCommonDirPath = RequireShellFolder(log, CSIDL_PROGRAM_FILES_COMMON, L"CSIDL_PROGRAM_FILES_COMMON");
+        const std::wstring sCommonDirPath = RequireShellFolder(log, CSIDL_PROGRAM_FILES_COMMON,
+                                                               L"CSIDL_PROGRAM_FILES_COMMON");
         RunTool(log, JoinPath(sCommonDirPath, L"Microsoft Shared\\MSInfo\\msinfo32.exe"),
                 FormatText(L"/nfo \"%s\"", JoinPath(sOutDirPath, L"msinfo32.nfo")));
     });

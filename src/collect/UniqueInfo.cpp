@@ -29,10 +29,12 @@ public:
     // A value without a visible character has no line; a control character in one does not break it.
     void Add(const wchar_t* pName, std::wstring sValue)
     {
-        std::ranges::replace_if(sValue, [](wchar_t c) { return c < L' '; }, L' ');
+        std::ranges::replace_if(
+            sValue, [](wchar_t c) { return c < L' '; }, L' ');
         const auto nFirst = sValue.find_first_not_of(L' ');
         if (nFirst != sValue.npos)
-            m_sText += std::wstring(pName) + L'=' + sValue.substr(nFirst, sValue.find_last_not_of(L' ') - nFirst + 1) + L"\r\n";
+            m_sText += std::wstring(pName) + L'=' + sValue.substr(nFirst, sValue.find_last_not_of(L' ') - nFirst + 1) +
+                       L"\r\n";
     }
     std::string Bytes() const { return ToNarrow(m_sText, CP_UTF8); }
 
@@ -85,8 +87,10 @@ std::wstring AddressText(const IP_ADAPTER_ADDRESSES& rAdapter)
 void AddAdapters(CIdentityText& rText)
 {
     const auto Call = [](BYTE* pBuffer, DWORD& rdwSize) -> DWORD {
-        constexpr ULONG Flags = GAA_FLAG_SKIP_UNICAST | GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST | GAA_FLAG_SKIP_DNS_SERVER;
-        return ::GetAdaptersAddresses(AF_UNSPEC, Flags, nullptr, reinterpret_cast<IP_ADAPTER_ADDRESSES*>(pBuffer), &rdwSize);
+        constexpr ULONG Flags = GAA_FLAG_SKIP_UNICAST | GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST |
+                                GAA_FLAG_SKIP_DNS_SERVER;
+        return ::GetAdaptersAddresses(AF_UNSPEC, Flags, nullptr, reinterpret_cast<IP_ADAPTER_ADDRESSES*>(pBuffer),
+                                      &rdwSize);
     };
     CSizedRead read(ERROR_BUFFER_OVERFLOW);
     if (read.AskSize(Call) != ERROR_BUFFER_OVERFLOW || !read.Allocate() || read.Read(Call) != ERROR_SUCCESS)
@@ -129,8 +133,10 @@ std::wstring collectUniqueInfo(const std::wstring& sPath)
         AddSystemVolume(text);
         AddAdapters(text);
         const std::wstring sDirPath = DirectoryPart(sPath);
-        Check(sDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sDirPath), L"COpdDirectoryHelper::CreateDirectoryEx");
-        const CFileHandle hFile(::CreateFileW(sPath.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+        Check(sDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sDirPath),
+              L"COpdDirectoryHelper::CreateDirectoryEx");
+        const CFileHandle hFile(
+            ::CreateFileW(sPath.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         Check(hFile ? S_OK : LastErrorResult(), L"::CreateFile");
         Check(WriteWhole(hFile, text.Bytes()), L"::WriteFile");
     });

@@ -28,8 +28,8 @@ bool IsListed(const std::wstring& sDirPath)
 
 CVlmInfoCollector::CVlmInfoCollector() : m_Progress(L"CVlmInfoCollector", 40, L"collect Velmora info...") {}
 
-HRESULT CVlmInfoCollector::Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath, const std::wstring& sRegistryPath,
-                                   const std::wstring& sOutDirPath)
+HRESULT CVlmInfoCollector::Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath,
+                                   const std::wstring& sRegistryPath, const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -48,19 +48,23 @@ HRESULT CVlmInfoCollector::Collect(const std::wstring& sRepositoryDirPath, const
         m_Progress.Update(40, L"Collecting Velmora file information...");
         WriteSectionHead(L"[File]");
         Tolerate(log, OutputVlmFileInfo(sRepositoryDirPath, sNuvexDirPath),
-                 L"CVlmInfoCollector::OutputVlmFileInfo( \"%s\", \"%s\" ) failed. [0x%08X]", sRepositoryDirPath, sNuvexDirPath);
+                 L"CVlmInfoCollector::OutputVlmFileInfo( \"%s\", \"%s\" ) failed. [0x%08X]", sRepositoryDirPath,
+                 sNuvexDirPath);
         Close();
 
         Tolerate(log, OutputVlmFileList(sRepositoryDirPath, sNuvexDirPath, sOutDirPath),
-                 L"CVlmInfoCollector::OutputVlmFileList( \"%s\", \"%s\" ) failed. [0x%08X]", sRepositoryDirPath, sNuvexDirPath);
+                 L"CVlmInfoCollector::OutputVlmFileList( \"%s\", \"%s\" ) failed. [0x%08X]", sRepositoryDirPath,
+                 sNuvexDirPath);
     });
 }
 
 void CVlmInfoCollector::ReportProduct(const CFunctionLog& log, const std::wstring& sRegistryPath)
 {
-    Tolerate(log, OutputVelmoraVersion(sRegistryPath), L"CVlmInfoCollector::OutputVelmoraVersion( \"%s\" ) failed. [0x%08X]", sRegistryPath);
+    Tolerate(log, OutputVelmoraVersion(sRegistryPath),
+             L"CVlmInfoCollector::OutputVelmoraVersion( \"%s\" ) failed. [0x%08X]", sRegistryPath);
     Tolerate(log, OutputVlmRegion(), L"CVlmInfoCollector::OutputVlmRegion() failed. [0x%08X]");
-    Tolerate(log, OutputVlmAreaCode(sRegistryPath), L"CVlmInfoCollector::OutputVlmAreaCode( \"%s\" ) failed. [0x%08X]", sRegistryPath);
+    Tolerate(log, OutputVlmAreaCode(sRegistryPath), L"CVlmInfoCollector::OutputVlmAreaCode( \"%s\" ) failed. [0x%08X]",
+             sRegistryPath);
     Tolerate(log, OutputLimitedPatchVersion(), L"CVlmInfoCollector::OutputLimitedPatchVersion() failed. [0x%08X]");
 }
 
@@ -96,8 +100,8 @@ HRESULT CVlmInfoCollector::OutputVlmFileList(const std::wstring& sRepositoryDirP
         const auto List = [&](const std::wstring& sDirPath, const wchar_t* pFileName) {
             const std::wstring sCsvPath = JoinPath(sOutDirPath, pFileName);
             // The name in the record is the operation's old one; scripts look for it.
-            Tolerate(log, CCollectorUtil::OutputVlmFileList(sDirPath, sCsvPath), L"CCollectorUtil::OutputFileList( \"%s\", \"%s\" ) failed. [0x%08X]",
-                     sDirPath, sCsvPath);
+            Tolerate(log, CCollectorUtil::OutputVlmFileList(sDirPath, sCsvPath),
+                     L"CCollectorUtil::OutputFileList( \"%s\", \"%s\" ) failed. [0x%08X]", sDirPath, sCsvPath);
         };
         List(sRepositoryDirPath, L"Velmora.csv");
         List(sNuvexDirPath, L"Nuvex.csv");

@@ -13,8 +13,8 @@ public:
 
     // sRegistryPath lies below HKEY_LOCAL_MACHINE. Only a report that cannot be made is a failure: what cannot be found
     // out stands as such in the report or in the log.
-    HRESULT Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath, const std::wstring& sRegistryPath,
-                    const std::wstring& sOutDirPath);
+    HRESULT Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath,
+                    const std::wstring& sRegistryPath, const std::wstring& sOutDirPath);
 
 private:
     void ReportProduct(const CFunctionLog& log, const std::wstring& sRegistryPath);
@@ -26,7 +26,8 @@ private:
     HRESULT OutputServiceInfo();
     HRESULT OutputVlmFileInfo(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath);
     HRESULT OutputFolder(const wchar_t* pTitle, const std::wstring& sDirPath);
-    HRESULT OutputVlmFileList(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath, const std::wstring& sOutDirPath);
+    HRESULT OutputVlmFileList(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath,
+                              const std::wstring& sOutDirPath);
 
     // A failure that stands in the report as well as in the log; the second form throws it. The format's last
     // conversion is the code.

@@ -104,9 +104,12 @@ HRESULT CVlmInfoCollector::OutputLimitedPatchVersion()
         UINT32 nPatches = 0;
         wchar_t aName[KeyNameCapacity];
         DWORD nName = KeyNameCapacity;
-        for (DWORD nIndex = 0; ::RegEnumKeyExW(reg.Get(), nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS; ++nIndex)
+        for (DWORD nIndex = 0;
+             ::RegEnumKeyExW(reg.Get(), nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+             ++nIndex)
         {
-            if (std::wstring_view(aName).starts_with(PatchPrefix) && OutputPatchName(log, FormatText(L"%s\\%s", sUninstall, aName)))
+            if (std::wstring_view(aName).starts_with(PatchPrefix) &&
+                OutputPatchName(log, FormatText(L"%s\\%s", sUninstall, aName)))
                 ++nPatches;
             nName = KeyNameCapacity;
         }

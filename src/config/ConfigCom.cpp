@@ -27,29 +27,34 @@ INT32 RegTypeOf(const CFunctionLog& log, const std::wstring& sText)
     log.Throw(E_FAIL, L"found unknown registory type.");
 }
 
-void LoadSection(const CFunctionLog& log, const CConfigFile& rConfig, const CComSection& rSection, IXMLDOMDocument* pDocument,
-                 std::vector<CComObjectInfo>& rInfos)
+void LoadSection(const CFunctionLog& log, const CConfigFile& rConfig, const CComSection& rSection,
+                 IXMLDOMDocument* pDocument, std::vector<CComObjectInfo>& rInfos)
 {
     CComObjectInfo info;
     info.nApartment = rSection.nApartment;
     info.bAllApartments = rSection.bAllApartments;
     std::wstring sClsid, sRegType, sInterface, sIid;
-    const CAttributeTable ClassAttributes{ { L"name", &info.sName }, { L"clsid", &sClsid }, { L"reg-type", &sRegType }, { L"file-path", &info.sFilePath } };
+    const CAttributeTable ClassAttributes{
+        { L"name", &info.sName }, { L"clsid", &sClsid }, { L"reg-type", &sRegType }, { L"file-path", &info.sFilePath }
+    };
     const CAttributeTable InterfaceAttributes{ { L"name", &sInterface }, { L"iid", &sIid } };
     const auto LoadInterface = [&](const CXmlElement& rInterface) {
         InterfaceAttributes.Read(log, rInterface);
         // A name that is there already keeps its first identity.
-        info.Interfaces.emplace(sInterface, rSection.bInterfacesByName ? CComNameTable::GetTable().Find(sInterface) : IidOf(sIid, sInterface));
+        info.Interfaces.emplace(sInterface, rSection.bInterfacesByName ? CComNameTable::GetTable().Find(sInterface)
+                                                                       : IidOf(sIid, sInterface));
     };
-    WalkElements(log, pDocument, rSection.sPattern, rSection.sPattern, { L"pXmlNodeList", L"pNode" }, [&](const CXmlElement& rClass) {
-        ClassAttributes.Read(log, rClass);
-        info.clsid = ClsidOf(sClsid, info.sName);
-        info.nRegType = RegTypeOf(log, sRegType);
-        rConfig.ExpandPathTokens(info.sFilePath);
-        info.Interfaces.clear();
-        WalkElements(log, rClass.Get(), L"interface", rClass.Pattern() + L"/interface", { L"pXmlComIfNodeList", L"pComIfNode" }, LoadInterface);
-        rInfos.push_back(info);
-    });
+    WalkElements(log, pDocument, rSection.sPattern, rSection.sPattern, { L"pXmlNodeList", L"pNode" },
+                 [&](const CXmlElement& rClass) {
+                     ClassAttributes.Read(log, rClass);
+                     info.clsid = ClsidOf(sClsid, info.sName);
+                     info.nRegType = RegTypeOf(log, sRegType);
+                     rConfig.ExpandPathTokens(info.sFilePath);
+                     info.Interfaces.clear();
+                     WalkElements(log, rClass.Get(), L"interface", rClass.Pattern() + L"/interface",
+                                  { L"pXmlComIfNodeList", L"pComIfNode" }, LoadInterface);
+                     rInfos.push_back(info);
+                 });
 }
 
 } // namespace
@@ -58,7 +63,8 @@ HRESULT CConfigFile::LoadComObjectInfos(IXMLDOMDocument* pDocument)
 {
     CFunctionLog log;
     return log.Run([&] {
-        LoadSection(log, *this, { L"/installchecker/com-infos/coclass", CComObjectInfo::Apartment_Both, true, false }, pDocument, m_ComObjectInfos);
+        LoadSection(log, *this, { L"/installchecker/com-infos/coclass", CComObjectInfo::Apartment_Both, true, false },
+                    pDocument, m_ComObjectInfos);
     });
 }
 
@@ -67,6 +73,8 @@ HRESULT CConfigFile::LoadDsFilterObjectInfos(IXMLDOMDocument* pDocument)
     CFunctionLog log;
     return log.Run([&] {
         // Filters have always been named by their interfaces' names alone; manifests in the field rely on it.
-        LoadSection(log, *this, { L"/installchecker/directshow-filter-infos/coclass", CComObjectInfo::Apartment_Sta, false, true }, pDocument, m_ComObjectInfos);
+        LoadSection(log, *this,
+                    { L"/installchecker/directshow-filter-infos/coclass", CComObjectInfo::Apartment_Sta, false, true },
+                    pDocument, m_ComObjectInfos);
     });
 }

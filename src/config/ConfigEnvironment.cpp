@@ -42,7 +42,8 @@ std::wstring ShellFolder(const CFunctionLog& log, int nCsidl, const wchar_t* pCs
 }
 
 // A folder that the registry names, or its place below the common files. An empty value that could be read stays empty.
-std::wstring ProductFolder(const CFunctionLog& log, const wchar_t* pValueName, const wchar_t* pFallback, const wchar_t* pLogName)
+std::wstring ProductFolder(const CFunctionLog& log, const wchar_t* pValueName, const wchar_t* pFallback,
+                           const wchar_t* pLogName)
 {
     std::wstring sPath;
     if (SUCCEEDED(CFunctionLog::Try([&] { sPath = ReadProductValue(log, pValueName); })))
@@ -53,7 +54,8 @@ std::wstring ProductFolder(const CFunctionLog& log, const wchar_t* pValueName, c
 }
 
 // An attribute of the root; the default stays where it is missing.
-void ReadRootAttribute(const CFunctionLog& log, IXMLDOMElement* pRoot, const wchar_t* pName, const wchar_t* pDefault, std::wstring& rsText)
+void ReadRootAttribute(const CFunctionLog& log, IXMLDOMElement* pRoot, const wchar_t* pName, const wchar_t* pDefault,
+                       std::wstring& rsText)
 {
     rsText = pDefault;
     CVariant value;
@@ -103,7 +105,8 @@ void CConfigFile::LoadRootAttributes(const CFunctionLog& log, IXMLDOMDocument* p
         log.Fail(E_FAIL, L"pRootNode->QueryInterface( IXMLDOMElement ) failed.");
 
     ReadRootAttribute(log, pRoot.Get(), L"sxs-id", NoSxsId, m_sSxsId);
-    ReadRootAttribute(log, pRoot.Get(), L"registry-path", L"HKEY_LOCAL_MACHINE\\SOFTWARE\\Tolvane Corporation\\Velmora", m_sRegistryPath);
+    ReadRootAttribute(log, pRoot.Get(), L"registry-path", L"HKEY_LOCAL_MACHINE\\SOFTWARE\\Tolvane Corporation\\Velmora",
+                      m_sRegistryPath);
     if (m_sSxsId.empty())
         log.Fail(E_FAIL, L"sSxsId.IsEmpty()");
     ReplaceAll(m_sRegistryPath, L"HKEY_LOCAL_MACHINE\\", L"");
@@ -123,7 +126,8 @@ void CConfigFile::LoadInstallerLocation(const CFunctionLog& log)
     // Without the folder the token would become a relative path.
     if (sProgramFiles.empty())
         log.Throw(E_FAIL);
-    m_sInstallerDirPath = JoinPath(JoinPath(sProgramFiles, L"InstallShield Installation Information"), ReadProductValue(log, L"InstallerGUID"));
+    m_sInstallerDirPath = JoinPath(JoinPath(sProgramFiles, L"InstallShield Installation Information"),
+                                   ReadProductValue(log, L"InstallerGUID"));
 }
 
 void CConfigFile::LoadSxsLocations(const CFunctionLog& log)
@@ -146,7 +150,8 @@ void CConfigFile::LoadMachine(const CFunctionLog& log)
         return;
     }
     using GetNativeSystemInfoFn = void(WINAPI*)(SYSTEM_INFO*);
-    const auto pGetNativeSystemInfo = reinterpret_cast<GetNativeSystemInfoFn>(reinterpret_cast<void*>(::GetProcAddress(hKernel, "GetNativeSystemInfo")));
+    const auto pGetNativeSystemInfo = reinterpret_cast<GetNativeSystemInfoFn>(
+        reinterpret_cast<void*>(::GetProcAddress(hKernel, "GetNativeSystemInfo")));
     if (pGetNativeSystemInfo == nullptr)
     {
         m_nMachine = Machine_X86;
@@ -178,6 +183,7 @@ void CConfigFile::ExpandPathTokens(std::wstring& rsText) const
     {
         std::wstring_view sToken;
         const std::wstring& rsValue;
+        // clang-format off
     } aTokens[] = {
         { L"?[nuvex]?", m_sNuvexDirPath },
         { L"?[repository]?", m_sRepositoryDirPath },
@@ -185,6 +191,7 @@ void CConfigFile::ExpandPathTokens(std::wstring& rsText) const
         { L"?[installer]?", m_sInstallerDirPath },
         { L"?[program]?", m_sProgramDirPath },
     };
+    // clang-format on
     for (const auto& rToken : aTokens)
         ReplaceAll(rsText, rToken.sToken, rToken.rsValue);
 }

@@ -97,12 +97,14 @@ HRESULT CConfigFile::LoadFileInfos(IXMLDOMDocument* pDocument)
             m_FileInfos.push_back(info);
         };
         const std::wstring sPattern = L"/installchecker/file-infos/directory";
-        WalkElements(log, pDocument, sPattern, sPattern, { L"pDirectoryNodeList", L"pDirectoryNode" }, [&](const CXmlElement& rDirectory) {
-            DirectoryAttributes.Read(log, rDirectory);
-            ExpandPathTokens(sDirName);
-            if (PassesFilter(sDirSxsIds))
-                WalkElements(log, rDirectory.Get(), L"file", rDirectory.Pattern() + L"/file", { L"pFilesNodeList", L"pFileNode" }, LoadFile);
-        });
+        WalkElements(log, pDocument, sPattern, sPattern, { L"pDirectoryNodeList", L"pDirectoryNode" },
+                     [&](const CXmlElement& rDirectory) {
+                         DirectoryAttributes.Read(log, rDirectory);
+                         ExpandPathTokens(sDirName);
+                         if (PassesFilter(sDirSxsIds))
+                             WalkElements(log, rDirectory.Get(), L"file", rDirectory.Pattern() + L"/file",
+                                          { L"pFilesNodeList", L"pFileNode" }, LoadFile);
+                     });
     });
 }
 
@@ -113,10 +115,11 @@ HRESULT CConfigFile::LoadNtServiceInfos(IXMLDOMDocument* pDocument)
         std::wstring sName;
         const CAttributeTable Attributes{ { L"name", &sName } };
         const std::wstring sPattern = L"/installchecker/nt-service-infos/nt-service";
-        WalkElements(log, pDocument, sPattern, sPattern, { L"pXmlNodeList", L"pNode" }, [&](const CXmlElement& rService) {
-            Attributes.Read(log, rService);
-            m_NtServiceInfos.push_back(sName);
-        });
+        WalkElements(log, pDocument, sPattern, sPattern, { L"pXmlNodeList", L"pNode" },
+                     [&](const CXmlElement& rService) {
+                         Attributes.Read(log, rService);
+                         m_NtServiceInfos.push_back(sName);
+                     });
     });
 }
 
@@ -126,7 +129,9 @@ HRESULT CConfigFile::LoadNoRegisteredComObjectInfos(IXMLDOMDocument* pDocument)
     return log.Run([&] {
         CNoRegisteredComObjectInfo info;
         std::wstring sClsid, sDirectory, sFile;
-        const CAttributeTable Attributes{ { L"name", &info.sName }, { L"clsid", &sClsid }, { L"directory", &sDirectory }, { L"file", &sFile } };
+        const CAttributeTable Attributes{
+            { L"name", &info.sName }, { L"clsid", &sClsid }, { L"directory", &sDirectory }, { L"file", &sFile }
+        };
         const std::wstring sPattern = L"/installchecker/not-register-com-infos/coclass";
         WalkElements(log, pDocument, sPattern, sPattern, { L"pXmlNodeList", L"pNode" }, [&](const CXmlElement& rClass) {
             Attributes.Read(log, rClass, true);

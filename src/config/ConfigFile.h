@@ -41,23 +41,33 @@ struct CRegistryInfo
     HKEY hRootKey = nullptr;   // null when the key's path begins with no known root
     std::wstring sRootKeyName; // "HKEY_LOCAL_MACHINE"
     std::wstring sKeyPath;
-    std::wstring sValueName;   // empty: the key's default value
-    DWORD dwType = REG_NONE;   // REG_SZ, REG_BINARY, REG_DWORD or REG_QWORD
-    CDataBlock Data;           // as the registry returns it
-    bool bWow64Key = false;    // look in the 64-bit view
+    std::wstring sValueName; // empty: the key's default value
+    DWORD dwType = REG_NONE; // REG_SZ, REG_BINARY, REG_DWORD or REG_QWORD
+    CDataBlock Data;         // as the registry returns it
+    bool bWow64Key = false;  // look in the 64-bit view
 };
 
 // A COM object or DirectShow filter that must work.
 struct CComObjectInfo
 {
-    enum RegType : INT32 { RegType_Normal, RegType_Sxs, RegType_SxsDummy };
-    enum Apartment : INT32 { Apartment_Sta, Apartment_Mta, Apartment_Both };
+    enum RegType : INT32
+    {
+        RegType_Normal,
+        RegType_Sxs,
+        RegType_SxsDummy
+    };
+    enum Apartment : INT32
+    {
+        Apartment_Sta,
+        Apartment_Mta,
+        Apartment_Both
+    };
 
     std::wstring sName;
     CLSID clsid{};
     std::map<std::wstring, IID> Interfaces; // by name
     INT32 nApartment = Apartment_Both;
-    bool bAllApartments = true;             // test both whatever nApartment says
+    bool bAllApartments = true; // test both whatever nApartment says
     INT32 nRegType = RegType_Normal;
     std::wstring sFilePath;
 };
@@ -74,7 +84,12 @@ class CConfigFile
 {
 public:
     // The processor that the system runs on.
-    enum Machine : UINT32 { Machine_Other, Machine_X86, Machine_X64 };
+    enum Machine : UINT32
+    {
+        Machine_Other,
+        Machine_X86,
+        Machine_X64
+    };
 
     // Reads the manifest, on a thread that has started COM. Called once; after a failure the object holds what was
     // loaded so far.

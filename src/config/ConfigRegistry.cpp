@@ -50,7 +50,8 @@ void StoreBytes(CDataBlock& rData, const void* pBytes, std::size_t nLength)
 }
 
 // Numbers are read as the runtime reads signed ones: 4294967295 stands in the manifest as -1.
-void StoreValue(const CFunctionLog& log, const CConfigFile& rConfig, const std::wstring& sType, std::wstring sText, CRegistryInfo& rInfo)
+void StoreValue(const CFunctionLog& log, const CConfigFile& rConfig, const std::wstring& sType, std::wstring sText,
+                CRegistryInfo& rInfo)
 {
     if (EqualsNoCase(sType, L"REG_BINARY"))
     {
@@ -90,14 +91,15 @@ HRESULT CConfigFile::LoadRegistryInfos(IXMLDOMDocument* pDocument)
             CRegistryInfo key;
             if (FAILED(LoadRegistryKeyInfo(rKey, key)))
                 return;
-            WalkElements(log, rKey.Get(), L"value", rKey.Pattern() + L"/value", { L"pXmlValueNodeList", L"pNode" }, [&](const CXmlElement& rValue) {
-                CRegistryInfo info;
-                info.hRootKey = key.hRootKey;
-                info.sRootKeyName = key.sRootKeyName;
-                info.sKeyPath = key.sKeyPath;
-                if (SUCCEEDED(LoadRegistryKeyValue(rValue, info)))
-                    m_RegistryInfos.push_back(std::move(info));
-            });
+            WalkElements(log, rKey.Get(), L"value", rKey.Pattern() + L"/value", { L"pXmlValueNodeList", L"pNode" },
+                         [&](const CXmlElement& rValue) {
+                             CRegistryInfo info;
+                             info.hRootKey = key.hRootKey;
+                             info.sRootKeyName = key.sRootKeyName;
+                             info.sKeyPath = key.sKeyPath;
+                             if (SUCCEEDED(LoadRegistryKeyValue(rValue, info)))
+                                 m_RegistryInfos.push_back(std::move(info));
+                         });
         });
     });
 }
@@ -132,9 +134,11 @@ HRESULT CConfigFile::LoadRegistryKeyValue(const CXmlElement& rValue, CRegistryIn
     CFunctionLog log;
     return log.Run([&] {
         std::wstring sType, sLanguages, sText, sMachine, s64Key, sSxsIds;
-        CAttributeTable{ { L"name", &rInfo.sValueName }, { L"type", &sType },       { L"language", &sLanguages }, { L"value", &sText },
-                         { L"machine", &sMachine },      { L"wow64-64key", &s64Key }, { L"sxs-id", &sSxsIds } }
-            .Read(log, rValue);
+        CAttributeTable{
+            { L"name", &rInfo.sValueName }, { L"type", &sType },       { L"language", &sLanguages },
+            { L"value", &sText },           { L"machine", &sMachine }, { L"wow64-64key", &s64Key },
+            { L"sxs-id", &sSxsIds }
+        }.Read(log, rValue);
         if (!PassesFilter(sSxsIds) || !PassesMachine(sMachine) || !PassesLanguage(sLanguages))
             log.Throw(E_FAIL);
         rInfo.bWow64Key = m_bWow64 && (EqualsNoCase(s64Key, L"true") || EqualsNoCase(s64Key, L"1"));

@@ -2,8 +2,9 @@
 
 using Microsoft::WRL::ComPtr;
 
-void WalkElements(const CFunctionLog& log, IXMLDOMNode* pParent, const std::wstring& sSelection, const std::wstring& sPattern,
-                  const CListNames& rNames, const std::function<void(const CXmlElement&)>& visit)
+void WalkElements(const CFunctionLog& log, IXMLDOMNode* pParent, const std::wstring& sSelection,
+                  const std::wstring& sPattern, const CListNames& rNames,
+                  const std::function<void(const CXmlElement&)>& visit)
 {
     ComPtr<IXMLDOMNodeList> pList;
     HRESULT hr = pParent->selectNodes(CBstr(sSelection).Get(), &pList);

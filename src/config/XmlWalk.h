@@ -15,7 +15,9 @@ class CXmlElement
 {
 public:
     CXmlElement(IXMLDOMElement* pElement, const std::wstring& sListPattern, UINT32 nIndex)
-        : m_pElement(pElement), m_sListPattern(sListPattern), m_nIndex(nIndex)
+        : m_pElement(pElement),
+          m_sListPattern(sListPattern),
+          m_nIndex(nIndex)
     {
     }
     IXMLDOMElement* Get() const { return m_pElement; }
@@ -37,8 +39,9 @@ struct CListNames
 // Visits the elements below pParent that the pattern selects, in document order: one selection and one enumeration,
 // so the time grows with their number. sPattern is the whole pattern for messages, sSelection what is asked of
 // pParent. Throws E_FAIL, with its record in the caller's name, when the DOM fails.
-void WalkElements(const CFunctionLog& log, IXMLDOMNode* pParent, const std::wstring& sSelection, const std::wstring& sPattern,
-                  const CListNames& rNames, const std::function<void(const CXmlElement&)>& visit);
+void WalkElements(const CFunctionLog& log, IXMLDOMNode* pParent, const std::wstring& sSelection,
+                  const std::wstring& sPattern, const CListNames& rNames,
+                  const std::function<void(const CXmlElement&)>& visit);
 
 // A table of attributes and where their texts go; made once for a list and used for each of its elements.
 class CAttributeTable

@@ -99,10 +99,14 @@ struct CHardwareInfoCollector::CStage
     HRESULT (CHardwareInfoCollector::*pRun)();
 };
 
-CHardwareInfoCollector::CHardwareInfoCollector() : m_Progress(L"CHardwareInfoCollector", Range, L"collecting hardware information...") {}
+CHardwareInfoCollector::CHardwareInfoCollector()
+    : m_Progress(L"CHardwareInfoCollector", Range, L"collecting hardware information...")
+{
+}
 
 HRESULT CHardwareInfoCollector::Collect(const std::wstring& sDirPath)
 {
+    // clang-format off
     static constexpr CStage aStages[] = {
         { 10, L"Collecting PC Model information...", L"[PC]", nullptr, &CHardwareInfoCollector::OutputPc },
         { 20, L"Collecting Tolvane PD Driver information...", L"[Tolvane PD Driver]", L"OutputPdDriverInfo", &CHardwareInfoCollector::OutputPdDriverInfo },
@@ -112,11 +116,13 @@ HRESULT CHardwareInfoCollector::Collect(const std::wstring& sDirPath)
         { 60, L"Collecting Storage Device information...", nullptr, L"OutputStorageDeviceInfo", &CHardwareInfoCollector::OutputAllStorageDevices },
         { 70, L"Collecting Device information...", nullptr, L"OutputDeviceList", &CHardwareInfoCollector::OutputDeviceList },
     };
+    // clang-format on
     CFunctionLog log;
     return log.Run([&] {
         if (sDirPath.empty())
             log.Throw(E_INVALIDARG);
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sDirPath), L"COpdDirectoryHelper::CreateDirectoryEx(\"%s\") failed. [0x%08X]", sDirPath);
+        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sDirPath),
+                  L"COpdDirectoryHelper::CreateDirectoryEx(\"%s\") failed. [0x%08X]", sDirPath);
         m_sDirPath = sDirPath;
         const std::wstring sReportPath = JoinPath(sDirPath, L"HardwareInfo.txt");
         log.Check(Open(sReportPath, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sReportPath);
@@ -246,7 +252,9 @@ HRESULT CHardwareInfoCollector::OutputMemoryInfo()
         if (!::GlobalMemoryStatusEx(&Status))
             log.Fail(E_FAIL, L"::GlobalMemoryStatusEx() failed. [0x%08X]", LastErrorResult());
 
-        const auto WriteFree = [&](ULONGLONG ullBytes) { WriteLine(L"  Free : %7.2f MB (%s bytes)", Megabytes(ullBytes), DigitGroups(ullBytes)); };
+        const auto WriteFree = [&](ULONGLONG ullBytes) {
+            WriteLine(L"  Free : %7.2f MB (%s bytes)", Megabytes(ullBytes), DigitGroups(ullBytes));
+        };
         const auto WriteTotal = [&](ULONGLONG ullFigure, ULONGLONG ullBytes) {
             WriteLine(L"  Total: %7.2f MB (%s bytes)", Megabytes(ullFigure), DigitGroups(ullBytes));
             WriteLine(L"");

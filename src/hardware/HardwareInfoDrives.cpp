@@ -150,8 +150,8 @@ HRESULT CHardwareInfoCollector::GetVolumeInfo(BYTE nDriveIndex, CVolumeInfo& rIn
         wchar_t aVolumeName[VolumeTextCapacity] = L"";
         wchar_t aFileSystem[VolumeTextCapacity] = L"";
         const std::wstring sRoot = DriveRoot(nDriveIndex);
-        if (!::GetVolumeInformationW(sRoot.c_str(), aVolumeName, VolumeTextCapacity, &rInfo.dwSerialNumber, &rInfo.dwMaxFileName, &rInfo.dwFlags,
-                                     aFileSystem, VolumeTextCapacity))
+        if (!::GetVolumeInformationW(sRoot.c_str(), aVolumeName, VolumeTextCapacity, &rInfo.dwSerialNumber,
+                                     &rInfo.dwMaxFileName, &rInfo.dwFlags, aFileSystem, VolumeTextCapacity))
             log.FailCode(LastErrorResult(), L"::GetVolumeInformation( %s ) failed. [0x%08X]", sRoot);
         rInfo.sVolumeName = aVolumeName;
         rInfo.sFileSystem = aFileSystem;

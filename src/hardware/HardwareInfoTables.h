@@ -26,6 +26,7 @@ constexpr CNameRow<DWORD> BusTypeTable[] = {
 constexpr DWORD UsbBusType = 7;
 
 // GetDriveTypeW.
+// clang-format off
 constexpr CNameRow<DWORD> DriveTypeTable[] = {
     { DRIVE_UNKNOWN, L"UNKNOWN" },
     { DRIVE_NO_ROOT_DIR, L"NO ROOT DIR" },
@@ -35,8 +36,10 @@ constexpr CNameRow<DWORD> DriveTypeTable[] = {
     { DRIVE_CDROM, L"CDROM" },
     { DRIVE_RAMDISK, L"RAMDISK" },
 };
+// clang-format on
 
 // GetVolumeInformationW, in the order of the report.
+// clang-format off
 constexpr CNameRow<DWORD> FileSystemFlagTable[] = {
     { 0x00000002, L"FS_CASE_IS_PRESERVED" },
     { 0x00000001, L"FS_CASE_SENSITIVE" },
@@ -51,6 +54,7 @@ constexpr CNameRow<DWORD> FileSystemFlagTable[] = {
     { 0x00000040, L"FILE_SUPPORTS_SPARSE_FILES" },
     { 0x00000020, L"FILE_VOLUME_QUOTAS" },
 };
+// clang-format on
 
 // USB classes, of devices and of interfaces.
 constexpr CNameRow<BYTE> UsbClassTextTable[] = {

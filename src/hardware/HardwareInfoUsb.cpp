@@ -32,7 +32,8 @@ std::wstring InquiryText(const CInquiry& rInquiry, std::size_t nStart, std::size
     return ToWide(sCut.substr(0, sCut.find('\0')));
 }
 
-void OutputDeviceDescriptor(CResultLog& rReport, const USB_DEVICE_DESCRIPTOR& rDevice, const std::wstring& sManufacturer, const std::wstring& sProduct,
+void OutputDeviceDescriptor(CResultLog& rReport, const USB_DEVICE_DESCRIPTOR& rDevice,
+                            const std::wstring& sManufacturer, const std::wstring& sProduct,
                             const std::wstring& sSerial)
 {
     rReport.WriteLine(L"");
@@ -40,7 +41,8 @@ void OutputDeviceDescriptor(CResultLog& rReport, const USB_DEVICE_DESCRIPTOR& rD
     rReport.WriteLine(L"  bLength           : 0x%02X", rDevice.bLength);
     rReport.WriteLine(L"  bDescriptorType   : 0x%02X", rDevice.bDescriptorType);
     rReport.WriteLine(L"  bcdUSB            : 0x%04X", WORD{ rDevice.bcdUSB });
-    rReport.WriteLine(L"  bDeviceClass      : 0x%02X \"%s\"", rDevice.bDeviceClass, NameOf(UsbClassTextTable, rDevice.bDeviceClass, L"Unknown"));
+    rReport.WriteLine(L"  bDeviceClass      : 0x%02X \"%s\"", rDevice.bDeviceClass,
+                      NameOf(UsbClassTextTable, rDevice.bDeviceClass, L"Unknown"));
     rReport.WriteLine(L"  bDeviceSubClass   : 0x%02X", rDevice.bDeviceSubClass);
     rReport.WriteLine(L"  bDeviceProtocol   : 0x%02X", rDevice.bDeviceProtocol);
     rReport.WriteLine(L"  bMaxPacketSize0   : 0x%02X", rDevice.bMaxPacketSize0);
@@ -66,9 +68,12 @@ void OutputInterfaceDescriptor(CResultLog& rReport, const USB_INTERFACE_DESCRIPT
     rReport.WriteLine(L"  bInterfaceNumber  : 0x%02X", rInterface.bInterfaceNumber);
     rReport.WriteLine(L"  bAlternateSetting : 0x%02X", rInterface.bAlternateSetting);
     rReport.WriteLine(L"  bNumEndpoints     : 0x%02X", rInterface.bNumEndpoints);
-    rReport.WriteLine(L"  bInterfaceClass   : 0x%02X \"%s\"", rInterface.bInterfaceClass, NameOf(UsbClassTextTable, rInterface.bInterfaceClass, L"Unknown"));
-    rReport.WriteLine(L"  bInterfaceSubClass: 0x%02X%s", rInterface.bInterfaceSubClass, Named(MassStorageSubclassTable, rInterface.bInterfaceSubClass));
-    rReport.WriteLine(L"  bInterfaceProtocol: 0x%02X%s", rInterface.bInterfaceProtocol, Named(MassStorageProtocolTable, rInterface.bInterfaceProtocol));
+    rReport.WriteLine(L"  bInterfaceClass   : 0x%02X \"%s\"", rInterface.bInterfaceClass,
+                      NameOf(UsbClassTextTable, rInterface.bInterfaceClass, L"Unknown"));
+    rReport.WriteLine(L"  bInterfaceSubClass: 0x%02X%s", rInterface.bInterfaceSubClass,
+                      Named(MassStorageSubclassTable, rInterface.bInterfaceSubClass));
+    rReport.WriteLine(L"  bInterfaceProtocol: 0x%02X%s", rInterface.bInterfaceProtocol,
+                      Named(MassStorageProtocolTable, rInterface.bInterfaceProtocol));
     rReport.WriteLine(L"  iInterface        : 0x%02X", rInterface.iInterface);
 }
 
@@ -110,9 +115,12 @@ void CHardwareInfoCollector::OutputInquiry(const CFunctionLog& log, BYTE nDriveI
     CInquiry aInquiry{};
     DWORD dwTransferred = 0;
     BYTE nSenseKey = 0, nASC = 0, nASCQ = 0;
-    const HRESULT hr = pSptIoCtl->SendInDataCmd(sizeof aCdb, aCdb, aInquiry.size(), aInquiry.data(), &dwTransferred, &nSenseKey, &nASC, &nASCQ);
+    const HRESULT hr = pSptIoCtl->SendInDataCmd(sizeof aCdb, aCdb, aInquiry.size(), aInquiry.data(), &dwTransferred,
+                                                &nSenseKey, &nASC, &nASCQ);
     if (FAILED(hr))
-        log.Fail(hr, L"ISptIoCtl::SendInDataCmd( %c: INQUIRY ) failed. [0x%08X][SenseKey:0x%02X ASC:0x%02X ASCQ:0x%02X]", cLetter, hr, nSenseKey, nASC, nASCQ);
+        log.Fail(hr,
+                 L"ISptIoCtl::SendInDataCmd( %c: INQUIRY ) failed. [0x%08X][SenseKey:0x%02X ASC:0x%02X ASCQ:0x%02X]",
+                 cLetter, hr, nSenseKey, nASC, nASCQ);
 
     WriteLine(L"");
     WriteLine(L"  *** SCSI INQUIRY COMMAND 2 ***");

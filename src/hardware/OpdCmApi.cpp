@@ -66,7 +66,8 @@ CDeviceProperty ReadDevNodeProperty(const CFunctionLog& log, DEVINST hNode, ULON
     CDeviceProperty property;
     DWORD dwStored = 0;
     const auto Get = [&](BYTE* pBuffer, DWORD& rdwSize) {
-        const CONFIGRET cr = ::CM_Get_DevNode_Registry_PropertyW(hNode, ulProperty, &property.ulType, pBuffer, &rdwSize, 0);
+        const CONFIGRET cr = ::CM_Get_DevNode_Registry_PropertyW(hNode, ulProperty, &property.ulType, pBuffer, &rdwSize,
+                                                                 0);
         dwStored = rdwSize;
         return cr;
     };
@@ -85,7 +86,9 @@ CDeviceProperty ReadDevNodeProperty(const CFunctionLog& log, DEVINST hNode, ULON
 HRESULT COpdCmApi::GetDevNodeRegistryProperty(DEVINST hNode, ULONG ulProperty, CDeviceProperty& rProperty)
 {
     CFunctionLog log;
-    return log.Run([&] { rProperty = ReadDevNodeProperty(log, hNode, ulProperty, L"CHeapPtr<UINT8>::AllocateBytes( %u ) failed."); });
+    return log.Run([&] {
+        rProperty = ReadDevNodeProperty(log, hNode, ulProperty, L"CHeapPtr<UINT8>::AllocateBytes( %u ) failed.");
+    });
 }
 
 HRESULT COpdCmApi::GetDeviceId(DEVINST hNode, std::wstring& rsId)

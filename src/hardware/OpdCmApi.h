@@ -32,4 +32,5 @@ public:
 [[nodiscard]] DEVINST ParentOf(DEVINST hNode);
 
 // Reads a property for a function that gives its own text for a lack of memory, with the size in it.
-[[nodiscard]] CDeviceProperty ReadDevNodeProperty(const CFunctionLog& log, DEVINST hNode, ULONG ulProperty, CFormat<DWORD> noMemory);
+[[nodiscard]] CDeviceProperty ReadDevNodeProperty(const CFunctionLog& log, DEVINST hNode, ULONG ulProperty,
+                                                  CFormat<DWORD> noMemory);

@@ -13,7 +13,10 @@ struct CDeviceProperty
     std::vector<BYTE> Data;
 
     // The data as UTF-16, with the terminators that stand in it; an odd last byte does not count.
-    std::wstring_view Characters() const { return { reinterpret_cast<const wchar_t*>(Data.data()), Data.size() / sizeof(wchar_t) }; }
+    std::wstring_view Characters() const
+    {
+        return { reinterpret_cast<const wchar_t*>(Data.data()), Data.size() / sizeof(wchar_t) };
+    }
     // The same up to the first terminator. There need not be one.
     std::wstring Text() const { return std::wstring(Characters().substr(0, Characters().find(L'\0'))); }
 };

@@ -21,7 +21,8 @@ constexpr ULONG NodeNumber(DWORD dwNumberInSet)
 {
     return dwNumberInSet + 1;
 }
-static_assert(NumberInSet(CM_DRP_INSTALL_STATE) == SPDRP_INSTALL_STATE && NodeNumber(SPDRP_DEVICEDESC) == CM_DRP_DEVICEDESC);
+static_assert(NumberInSet(CM_DRP_INSTALL_STATE) == SPDRP_INSTALL_STATE &&
+              NodeNumber(SPDRP_DEVICEDESC) == CM_DRP_DEVICEDESC);
 
 void OpenList(const CFunctionLog& log, COpdLogFile& rFile, const std::wstring& sPath)
 {
@@ -31,7 +32,8 @@ void OpenList(const CFunctionLog& log, COpdLogFile& rFile, const std::wstring& s
 void WriteHead(COpdLogFile& rFile, const SYSTEMTIME& rNow, const std::wstring& sTitle)
 {
     rFile.WriteLine(L"%s", DumpSeparator);
-    rFile.WriteLine(L"[%d/%d/%d %d:%d:%d] %s", rNow.wYear, rNow.wMonth, rNow.wDay, rNow.wHour, rNow.wMinute, rNow.wSecond, sTitle);
+    rFile.WriteLine(L"[%d/%d/%d %d:%d:%d] %s", rNow.wYear, rNow.wMonth, rNow.wDay, rNow.wHour, rNow.wMinute,
+                    rNow.wSecond, sTitle);
     rFile.WriteLine(L"");
 }
 
@@ -50,7 +52,8 @@ void ForEachDevice(HDEVINFO hSet, const Visit& visit)
 }
 
 template <typename Visit>
-void DumpClasses(const CFunctionLog& log, const std::wstring& sPath, DWORD dwFlags, const wchar_t* pFlags, const wchar_t* pTitle, const Visit& visit)
+void DumpClasses(const CFunctionLog& log, const std::wstring& sPath, DWORD dwFlags, const wchar_t* pFlags,
+                 const wchar_t* pTitle, const Visit& visit)
 {
     COpdLogFile file;
     OpenList(log, file, sPath);
@@ -58,7 +61,8 @@ void DumpClasses(const CFunctionLog& log, const std::wstring& sPath, DWORD dwFla
     const CDeviceInfoSet hSet(::SetupDiGetClassDevsW(nullptr, nullptr, nullptr, dwFlags));
     if (!hSet)
         log.FailCode(LastErrorResult(), L"::SetupDiGetClassDevs( %s ) failed. [0x%08X]", pFlags);
-    ForEachDevice(hSet.Get(), [&](SP_DEVINFO_DATA& rDevice, DWORD nIndex) { visit(file, hSet.Get(), rDevice, nIndex); });
+    ForEachDevice(hSet.Get(),
+                  [&](SP_DEVINFO_DATA& rDevice, DWORD nIndex) { visit(file, hSet.Get(), rDevice, nIndex); });
 }
 
 } // namespace
@@ -73,20 +77,24 @@ HRESULT COpdHardwareList::DumpCurrentDeviceList(const std::wstring& sPath)
 {
     CFunctionLog log;
     return log.Run([&] {
-        DumpClasses(log, sPath, DIGCF_ALLCLASSES | DIGCF_PRESENT, L"DIGCF_ALLCLASSES | DIGCF_PRESENT", L"ALL CLASSES (PRESENT)", DumpDevice);
+        DumpClasses(log, sPath, DIGCF_ALLCLASSES | DIGCF_PRESENT, L"DIGCF_ALLCLASSES | DIGCF_PRESENT",
+                    L"ALL CLASSES (PRESENT)", DumpDevice);
     });
 }
 
-HRESULT COpdHardwareList::DumpDeviceListByClassGuid(const GUID& rGuid, const std::wstring& sName, const std::wstring& sPath, bool bPresent)
+HRESULT COpdHardwareList::DumpDeviceListByClassGuid(const GUID& rGuid, const std::wstring& sName,
+                                                    const std::wstring& sPath, bool bPresent)
 {
     CFunctionLog log;
     return log.Run([&] {
         const SYSTEMTIME Now = LocalNow();
-        const CDeviceInfoSet hSet(::SetupDiGetClassDevsW(&rGuid, nullptr, nullptr, DIGCF_DEVICEINTERFACE | (bPresent ? DIGCF_PRESENT : 0)));
+        const CDeviceInfoSet hSet(
+            ::SetupDiGetClassDevsW(&rGuid, nullptr, nullptr, DIGCF_DEVICEINTERFACE | (bPresent ? DIGCF_PRESENT : 0)));
         if (!hSet)
         {
             const HRESULT hr = LastErrorResult();
-            log.Fail(E_FAIL, L"::SetupDiGetClassDevs( DIGCF_DEVICEINTERFACE%s ) failed. [0x%08X]", bPresent ? L" | DIGCF_PRESENT" : L"", hr);
+            log.Fail(E_FAIL, L"::SetupDiGetClassDevs( DIGCF_DEVICEINTERFACE%s ) failed. [0x%08X]",
+                     bPresent ? L" | DIGCF_PRESENT" : L"", hr);
         }
         COpdLogFile file;
         ForEachDevice(hSet.Get(), [&](SP_DEVINFO_DATA& rDevice, DWORD nIndex) {
@@ -106,8 +114,10 @@ HRESULT COpdHardwareList::DumpIndividualDeviceList(const std::wstring& sDirPath)
     return log.Run([&] {
         for (const CInterfaceClass& rClass : InterfaceClasses())
         {
-            DumpDeviceListByClassGuid(rClass.Guid, rClass.pName, FormatText(L"%s\\%s.txt", sDirPath, rClass.pName), false);
-            DumpDeviceListByClassGuid(rClass.Guid, rClass.pName, FormatText(L"%s\\%s(PRESENT).txt", sDirPath, rClass.pName), true);
+            DumpDeviceListByClassGuid(rClass.Guid, rClass.pName, FormatText(L"%s\\%s.txt", sDirPath, rClass.pName),
+                                      false);
+            DumpDeviceListByClassGuid(rClass.Guid, rClass.pName,
+                                      FormatText(L"%s\\%s(PRESENT).txt", sDirPath, rClass.pName), true);
         }
     });
 }
@@ -128,13 +138,15 @@ void COpdHardwareList::DumpDevice(COpdLogFile& rFile, HDEVINFO hSet, SP_DEVINFO_
     rFile.WriteLine(L"");
 }
 
-HRESULT COpdHardwareList::GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty, CDeviceProperty& rProperty)
+HRESULT COpdHardwareList::GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty,
+                                                    CDeviceProperty& rProperty)
 {
     CFunctionLog log;
     return log.Run([&] { rProperty = ReadDeviceProperty(log, hSet, rDevice, dwProperty, MissingProperty::Silent); });
 }
 
-HRESULT COpdHardwareList::GetPropertyString(DWORD dwProperty, const CDeviceProperty& rProperty, COpdHardwareString::CLines& rLines)
+HRESULT COpdHardwareList::GetPropertyString(DWORD dwProperty, const CDeviceProperty& rProperty,
+                                            COpdHardwareString::CLines& rLines)
 {
     CFunctionLog log;
     return log.Run([&] { return FormatProperty(log, NodeNumber(dwProperty), rProperty, rLines); });

@@ -17,12 +17,15 @@ public:
     HRESULT DumpAllDeviceList(const std::wstring& sPath);
     HRESULT DumpCurrentDeviceList(const std::wstring& sPath);
     // The devices with an interface of that class, or only the present ones. Without a device there is no file.
-    HRESULT DumpDeviceListByClassGuid(const GUID& rGuid, const std::wstring& sName, const std::wstring& sPath, bool bPresent);
+    HRESULT DumpDeviceListByClassGuid(const GUID& rGuid, const std::wstring& sName, const std::wstring& sPath,
+                                      bool bPresent);
     // Two files for each of sixteen classes. One that fails does not keep the next from being written.
     HRESULT DumpIndividualDeviceList(const std::wstring& sDirPath);
 
 private:
     static void DumpDevice(COpdLogFile& rFile, HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD nIndex);
-    static HRESULT GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty, CDeviceProperty& rProperty);
-    static HRESULT GetPropertyString(DWORD dwProperty, const CDeviceProperty& rProperty, COpdHardwareString::CLines& rLines);
+    static HRESULT GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty,
+                                             CDeviceProperty& rProperty);
+    static HRESULT GetPropertyString(DWORD dwProperty, const CDeviceProperty& rProperty,
+                                     COpdHardwareString::CLines& rLines);
 };

@@ -15,7 +15,8 @@ std::span<const CNameRow<ULONG>> DevicePropertiesByNodeNumber()
     return PropertyRows;
 }
 
-HRESULT FormatProperty(const CFunctionLog& log, ULONG ulNumber, const CDeviceProperty& rProperty, COpdHardwareString::CLines& rLines)
+HRESULT FormatProperty(const CFunctionLog& log, ULONG ulNumber, const CDeviceProperty& rProperty,
+                       COpdHardwareString::CLines& rLines)
 {
     if (rProperty.Data.empty())
         log.Fail(E_INVALIDARG, L"ulDataSize == 0");

@@ -21,7 +21,8 @@ inline constexpr const wchar_t* DumpSeparator =
 [[nodiscard]] std::span<const CNameRow<ULONG>> DevicePropertiesByNodeNumber();
 
 // The text of a property with that CM_DRP_... number, for the function whose log it is.
-HRESULT FormatProperty(const CFunctionLog& log, ULONG ulNumber, const CDeviceProperty& rProperty, COpdHardwareString::CLines& rLines);
+HRESULT FormatProperty(const CFunctionLog& log, ULONG ulNumber, const CDeviceProperty& rProperty,
+                       COpdHardwareString::CLines& rLines);
 
 // The lines of one property behind its label, "CM_DRP_SERVICE   : "; nothing for a property without lines.
 void WriteProperty(COpdLogFile& rFile, const std::wstring& sIndent, const std::wstring& sPrefix, const wchar_t* pName,

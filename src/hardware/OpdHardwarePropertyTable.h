@@ -49,7 +49,8 @@ inline constexpr std::size_t NodePropertyCount = 32;
 inline constexpr std::size_t PropertyNameWidth = 27;
 
 // Each row once, in rising order.
-static_assert(std::ranges::adjacent_find(PropertyRows, std::ranges::greater_equal{}, &CNameRow<ULONG>::value) == std::end(PropertyRows));
+static_assert(std::ranges::adjacent_find(PropertyRows, std::ranges::greater_equal{}, &CNameRow<ULONG>::value) ==
+              std::end(PropertyRows));
 
 struct CFormatterRow
 {

@@ -58,21 +58,26 @@ void AppendFlags(const CNameRow<DWORD> (&aTable)[N], DWORD dwValue, COpdHardware
 std::wstring PowerCapabilities(DWORD dwCapabilities)
 {
     std::wstring sText;
-    ForEachFlag(PowerCapabilityNames, dwCapabilities, [&](const wchar_t* pName) { sText.append(sText.empty() ? L"" : L" | ").append(pName); });
+    ForEachFlag(PowerCapabilityNames, dwCapabilities,
+                [&](const wchar_t* pName) { sText.append(sText.empty() ? L"" : L" | ").append(pName); });
     return sText;
 }
 
 void AppendPowerStates(const CM_POWER_DATA& rPower, COpdHardwareString::CLines& rLines)
 {
     static constexpr const wchar_t* aLabels[] = {
-        L"PowerState[Unspecified]: ", L"PowerState[Working]    : ", L"PowerState[Sleeping1]  : ", L"PowerState[Sleeping2]  : ",
-        L"PowerState[Sleeping3]  : ", L"PowerState[Hibernate]  : ", L"PowerState[Shutdown]   : ",
+        L"PowerState[Unspecified]: ", L"PowerState[Working]    : ", L"PowerState[Sleeping1]  : ",
+        L"PowerState[Sleeping2]  : ", L"PowerState[Sleeping3]  : ", L"PowerState[Hibernate]  : ",
+        L"PowerState[Shutdown]   : ",
     };
     static_assert(std::size(aLabels) == std::size(decltype(rPower.PD_PowerStateMapping){}));
     for (std::size_t n = 0; n < std::size(aLabels); ++n)
-        rLines.push_back(aLabels[n] + NameOrUnknown(DevicePowerStateNames, StateNumber(rPower.PD_PowerStateMapping[n])));
-    // There is no eighth entry. The dumps have always shown the word behind the seven, a system state, as if it were one.
-    rLines.push_back(L"PowerState[Maximum]    : " + NameOrUnknown(DevicePowerStateNames, StateNumber(rPower.PD_DeepestSystemWake)));
+        rLines.push_back(aLabels[n] +
+                         NameOrUnknown(DevicePowerStateNames, StateNumber(rPower.PD_PowerStateMapping[n])));
+    // There is no eighth entry. The dumps have always shown the word behind the seven, a system state, as if it were
+    // one.
+    rLines.push_back(L"PowerState[Maximum]    : " +
+                     NameOrUnknown(DevicePowerStateNames, StateNumber(rPower.PD_DeepestSystemWake)));
 }
 
 std::wstring BinaryText(const std::vector<BYTE>& rData)
@@ -112,13 +117,15 @@ HRESULT COpdHardwareString::GetString_DEVICE_POWER_DATA(const CDeviceProperty& r
         if (rProperty.Data.size() != sizeof(CM_POWER_DATA))
             log.Fail(E_INVALIDARG, L"ulDataSize != sizeof(CM_POWER_DATA)");
         const auto power = ValueOf<CM_POWER_DATA>(rProperty);
-        rLines.push_back(L"MostRecentPowerState: " + NameOrUnknown(DevicePowerStateNames, StateNumber(power.PD_MostRecentPowerState)));
+        rLines.push_back(L"MostRecentPowerState: " +
+                         NameOrUnknown(DevicePowerStateNames, StateNumber(power.PD_MostRecentPowerState)));
         rLines.push_back(L"Capabilities: " + PowerCapabilities(power.PD_Capabilities));
         rLines.push_back(FormatText(L"D1 Latency: %u", power.PD_D1Latency));
         rLines.push_back(FormatText(L"D2 Latency: %u", power.PD_D2Latency));
         rLines.push_back(FormatText(L"D3 Latency: %u", power.PD_D3Latency));
         AppendPowerStates(power, rLines);
-        rLines.push_back(L"DeepestSystemWake: " + NameOrUnknown(SystemPowerStateNames, StateNumber(power.PD_DeepestSystemWake)));
+        rLines.push_back(L"DeepestSystemWake: " +
+                         NameOrUnknown(SystemPowerStateNames, StateNumber(power.PD_DeepestSystemWake)));
     });
 }
 

@@ -4,6 +4,7 @@
 #include "platform/Table.h"
 #include "platform/Win32.h"
 
+// clang-format off
 inline constexpr CNameRow<DWORD> CapabilityNames[] = {
     { 0x001, L"LOCK SUPPORTED" },
     { 0x002, L"EJECT SUPPORTED" },
@@ -16,6 +17,7 @@ inline constexpr CNameRow<DWORD> CapabilityNames[] = {
     { 0x100, L"HARDWARE DISABLED" },
     { 0x200, L"NON DYNAMIC" },
 };
+// clang-format on
 
 // The system has a bit 0x01000 too; the dumps do not name it.
 inline constexpr CNameRow<DWORD> ConfigFlagNames[] = {
@@ -45,6 +47,7 @@ inline constexpr CNameRow<DWORD> InstallStateNames[] = {
     { 3, L"Finish Install" },
 };
 
+// clang-format off
 inline constexpr CNameRow<DWORD> PowerCapabilityNames[] = {
     { 0x001, L"D0 SUPPORTED" },
     { 0x002, L"D1 SUPPORTED" },
@@ -56,7 +59,9 @@ inline constexpr CNameRow<DWORD> PowerCapabilityNames[] = {
     { 0x080, L"WAKE FROM D3 SUPPORTED" },
     { 0x100, L"WARM EJECT SUPPORTED" },
 };
+// clang-format on
 
+// clang-format off
 inline constexpr CNameRow<DWORD> DevicePowerStateNames[] = {
     { 0, L"Unspecified" },
     { 1, L"D0" },
@@ -65,7 +70,9 @@ inline constexpr CNameRow<DWORD> DevicePowerStateNames[] = {
     { 4, L"D3" },
     { 5, L"Maximum" },
 };
+// clang-format on
 
+// clang-format off
 inline constexpr CNameRow<DWORD> SystemPowerStateNames[] = {
     { 0, L"Unspecified" },
     { 1, L"Working" },
@@ -76,3 +83,4 @@ inline constexpr CNameRow<DWORD> SystemPowerStateNames[] = {
     { 6, L"Shutdown" },
     { 7, L"Maximum" },
 };
+// clang-format on

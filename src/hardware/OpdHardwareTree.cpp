@@ -95,10 +95,12 @@ bool COpdHardwareTree::GetPropertyLines(DEVINST hNode, ULONG ulProperty, COpdHar
 HRESULT COpdHardwareTree::GetDevNodeRegistryProperty(DEVINST hNode, ULONG ulProperty, CDeviceProperty& rProperty)
 {
     CFunctionLog log;
-    return log.Run([&] { rProperty = ReadDevNodeProperty(log, hNode, ulProperty, L"CHeapPtr<UINT8>::Allocate( %u ) failed."); });
+    return log.Run(
+        [&] { rProperty = ReadDevNodeProperty(log, hNode, ulProperty, L"CHeapPtr<UINT8>::Allocate( %u ) failed."); });
 }
 
-HRESULT COpdHardwareTree::GetPropertyString(ULONG ulProperty, const CDeviceProperty& rProperty, COpdHardwareString::CLines& rLines)
+HRESULT COpdHardwareTree::GetPropertyString(ULONG ulProperty, const CDeviceProperty& rProperty,
+                                            COpdHardwareString::CLines& rLines)
 {
     CFunctionLog log;
     return log.Run([&] { return FormatProperty(log, ulProperty, rProperty, rLines); });

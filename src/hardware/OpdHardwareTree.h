@@ -23,5 +23,6 @@ private:
     static std::wstring NodeName(DEVINST hNode);
     static bool GetPropertyLines(DEVINST hNode, ULONG ulProperty, COpdHardwareString::CLines& rLines);
     static HRESULT GetDevNodeRegistryProperty(DEVINST hNode, ULONG ulProperty, CDeviceProperty& rProperty);
-    static HRESULT GetPropertyString(ULONG ulProperty, const CDeviceProperty& rProperty, COpdHardwareString::CLines& rLines);
+    static HRESULT GetPropertyString(ULONG ulProperty, const CDeviceProperty& rProperty,
+                                     COpdHardwareString::CLines& rLines);
 };

@@ -12,12 +12,14 @@
 namespace
 {
 
-static_assert(sizeof(SP_DEVINFO_DATA) == 28 && sizeof(SP_DEVICE_INTERFACE_DATA) == 28 && sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
+static_assert(sizeof(SP_DEVINFO_DATA) == 28 && sizeof(SP_DEVICE_INTERFACE_DATA) == 28 &&
+              sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
 
 constexpr DWORD PathOffset = offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath);
 constexpr auto TooSmall = static_cast<DWORD>(HResultFromWin32(ERROR_INSUFFICIENT_BUFFER));
 
-// The status of a call as the sized read takes it; to be asked at once. A failure stays one even without an error number.
+// The status of a call as the sized read takes it; to be asked at once. A failure stays one even without an error
+// number.
 DWORD StatusOf(BOOL bSucceeded, HRESULT hrOtherwise = E_UNEXPECTED)
 {
     return static_cast<DWORD>(bSucceeded ? S_OK : LastErrorResult(hrOtherwise));
@@ -32,7 +34,8 @@ DWORD NumberOf(HDEVINFO hSet)
     return static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(hSet));
 }
 
-std::wstring ReadInterfacePath(const CFunctionLog& log, HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA& rInterface, SP_DEVINFO_DATA* pDevice)
+std::wstring ReadInterfacePath(const CFunctionLog& log, HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA& rInterface,
+                               SP_DEVINFO_DATA* pDevice)
 {
     // Nothing but the size is asked first: the device record is for the call that has a buffer.
     const auto GetDetail = [&](BYTE* pBuffer, DWORD& rdwSize) {
@@ -98,7 +101,8 @@ HRESULT COpdSetupDi::GetDevInfoData(HDEVINFO hSet, DWORD nIndex, SP_DEVINFO_DATA
     });
 }
 
-HRESULT COpdSetupDi::GetDeviceInterfaceData(HDEVINFO hSet, const GUID& rGuid, DWORD nIndex, SP_DEVICE_INTERFACE_DATA& rData)
+HRESULT COpdSetupDi::GetDeviceInterfaceData(HDEVINFO hSet, const GUID& rGuid, DWORD nIndex,
+                                            SP_DEVICE_INTERFACE_DATA& rData)
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -117,7 +121,8 @@ HRESULT COpdSetupDi::GetDeviceInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE
     return log.Run([&] { rsPath = ReadInterfacePath(log, hSet, rInterface, nullptr); });
 }
 
-HRESULT COpdSetupDi::GetDeviceInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA& rInterface, SP_DEVINFO_DATA& rDevice, std::wstring& rsPath)
+HRESULT COpdSetupDi::GetDeviceInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA& rInterface,
+                                              SP_DEVINFO_DATA& rDevice, std::wstring& rsPath)
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -127,13 +132,15 @@ HRESULT COpdSetupDi::GetDeviceInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE
     });
 }
 
-CDeviceProperty ReadDeviceProperty(const CFunctionLog& log, HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty, MissingProperty eMissing)
+CDeviceProperty ReadDeviceProperty(const CFunctionLog& log, HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty,
+                                   MissingProperty eMissing)
 {
     const bool bTold = eMissing == MissingProperty::Told;
     CDeviceProperty property;
     DWORD dwStored = 0;
     const auto Get = [&](BYTE* pBuffer, DWORD& rdwSize) {
-        const BOOL bSucceeded = ::SetupDiGetDeviceRegistryPropertyW(hSet, &rDevice, dwProperty, &property.ulType, pBuffer, rdwSize, &rdwSize);
+        const BOOL bSucceeded = ::SetupDiGetDeviceRegistryPropertyW(hSet, &rDevice, dwProperty, &property.ulType,
+                                                                    pBuffer, rdwSize, &rdwSize);
         const DWORD dwStatus = StatusOf(bSucceeded, bTold ? E_UNEXPECTED : E_FAIL);
         dwStored = rdwSize;
         return dwStatus;
@@ -155,7 +162,8 @@ CDeviceProperty ReadDeviceProperty(const CFunctionLog& log, HDEVINFO hSet, SP_DE
     return property;
 }
 
-HRESULT COpdSetupDi::GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty, CDeviceProperty& rProperty)
+HRESULT COpdSetupDi::GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty,
+                                               CDeviceProperty& rProperty)
 {
     CFunctionLog log;
     return log.Run([&] { rProperty = ReadDeviceProperty(log, hSet, rDevice, dwProperty, MissingProperty::Told); });
@@ -169,7 +177,8 @@ HRESULT COpdSetupDi::GetDeviceInstanceId(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice
         DWORD dwLength = 0;
         const DWORD dwStatus = StatusOf(::SetupDiGetDeviceInstanceIdW(hSet, &rDevice, nullptr, 0, &dwLength));
         if (!IsSizeTold(dwStatus))
-            log.FailCode(static_cast<HRESULT>(dwStatus), L"::SetupDiGetDeviceInstanceId( 0x%08X ) failed. [0x%08X]", NumberOf(hSet));
+            log.FailCode(static_cast<HRESULT>(dwStatus), L"::SetupDiGetDeviceInstanceId( 0x%08X ) failed. [0x%08X]",
+                         NumberOf(hSet));
         if (dwLength > MAX_DEVICE_ID_LEN)
             log.Fail(E_OUTOFMEMORY, L"CHeapPtr<TCHAR>::Allocate( %u ) failed.", dwLength);
         std::wstring sId(dwLength + 1, L'\0');

@@ -31,18 +31,25 @@ public:
     static HRESULT GetClassDevices(const std::wstring& sEnumerator, CDeviceInfoSet& rhSet);
     // By index from 0. The end of the list is a failure like any other, 0x80070103.
     static HRESULT GetDevInfoData(HDEVINFO hSet, DWORD nIndex, SP_DEVINFO_DATA& rData);
-    static HRESULT GetDeviceInterfaceData(HDEVINFO hSet, const GUID& rGuid, DWORD nIndex, SP_DEVICE_INTERFACE_DATA& rData);
+    static HRESULT GetDeviceInterfaceData(HDEVINFO hSet, const GUID& rGuid, DWORD nIndex,
+                                          SP_DEVICE_INTERFACE_DATA& rData);
     // The device path, which CreateFileW takes; the second form also tells the device that the interface belongs to.
     static HRESULT GetDeviceInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA& rInterface, std::wstring& rsPath);
-    static HRESULT GetDeviceInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA& rInterface, SP_DEVINFO_DATA& rDevice, std::wstring& rsPath);
+    static HRESULT GetDeviceInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA& rInterface,
+                                            SP_DEVINFO_DATA& rDevice, std::wstring& rsPath);
     // SPDRP_...
-    static HRESULT GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty, CDeviceProperty& rProperty);
+    static HRESULT GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty,
+                                             CDeviceProperty& rProperty);
     static HRESULT GetDeviceInstanceId(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, std::wstring& rsId);
 };
 
 // Whether it is worth a record that a device does not have a property.
-enum class MissingProperty { Told, Silent };
+enum class MissingProperty
+{
+    Told,
+    Silent
+};
 
 // Reads a property for the function whose log it is; throws on failure.
-[[nodiscard]] CDeviceProperty ReadDeviceProperty(const CFunctionLog& log, HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty,
-                                                 MissingProperty eMissing);
+[[nodiscard]] CDeviceProperty ReadDeviceProperty(const CFunctionLog& log, HDEVINFO hSet, SP_DEVINFO_DATA& rDevice,
+                                                 DWORD dwProperty, MissingProperty eMissing);

@@ -52,8 +52,8 @@ HRESULT QueryProperty(HANDLE hDevice, std::span<BYTE> Block)
     Query.PropertyId = StorageDeviceProperty;
     Query.QueryType = PropertyStandardQuery;
     DWORD dwReturned = 0;
-    const BOOL bSucceeded =
-        ::DeviceIoControl(hDevice, IOCTL_STORAGE_QUERY_PROPERTY, &Query, sizeof Query, Block.data(), Block.size(), &dwReturned, nullptr);
+    const BOOL bSucceeded = ::DeviceIoControl(hDevice, IOCTL_STORAGE_QUERY_PROPERTY, &Query, sizeof Query, Block.data(),
+                                              Block.size(), &dwReturned, nullptr);
     return bSucceeded ? S_OK : LastErrorResult();
 }
 

@@ -18,10 +18,18 @@ class CNameRequest
 {
 public:
     // Without an input the request takes none at all.
-    enum class Input { None, Record };
+    enum class Input
+    {
+        None,
+        Record
+    };
 
     CNameRequest(HANDLE hDevice, DWORD dwCode, Input eInput, std::optional<DWORD> dwPort = {})
-        : m_hDevice(hDevice), m_dwCode(dwCode), m_eInput(eInput), m_dwPort(dwPort), m_nNameAt(dwPort ? 2 * sizeof(DWORD) : sizeof(DWORD))
+        : m_hDevice(hDevice),
+          m_dwCode(dwCode),
+          m_eInput(eInput),
+          m_dwPort(dwPort),
+          m_nNameAt(dwPort ? 2 * sizeof(DWORD) : sizeof(DWORD))
     {
     }
 
@@ -60,8 +68,8 @@ private:
             std::memcpy(pRecord, &*m_dwPort, sizeof *m_dwPort);
         const bool bInput = m_eInput == Input::Record;
         DWORD dwReturned = 0;
-        const BOOL bSucceeded =
-            ::DeviceIoControl(m_hDevice, m_dwCode, bInput ? pRecord : nullptr, bInput ? dwSize : 0, pRecord, dwSize, &dwReturned, nullptr);
+        const BOOL bSucceeded = ::DeviceIoControl(m_hDevice, m_dwCode, bInput ? pRecord : nullptr, bInput ? dwSize : 0,
+                                                  pRecord, dwSize, &dwReturned, nullptr);
         return bSucceeded && dwReturned != 0 ? S_OK : LastErrorResult(E_FAIL);
     }
 
@@ -85,7 +93,8 @@ std::unique_ptr<CUsbConnection> NewConnection(const CFunctionLog& log, DWORD dwP
 BOOL AskConnection(HANDLE hHub, DWORD dwCode, CUsbConnection& rConnection, DWORD& rdwReturned)
 {
     rdwReturned = 0;
-    return ::DeviceIoControl(hHub, dwCode, &rConnection, sizeof rConnection, &rConnection, sizeof rConnection, &rdwReturned, nullptr);
+    return ::DeviceIoControl(hHub, dwCode, &rConnection, sizeof rConnection, &rConnection, sizeof rConnection,
+                             &rdwReturned, nullptr);
 }
 
 // The request of systems before the speeds were three. Both records agree but for the one field.
@@ -96,7 +105,8 @@ void AskOldConnection(const CFunctionLog& log, HANDLE hHub, DWORD dwPort, CUsbCo
     if (!AskConnection(hHub, IOCTL_USB_GET_NODE_CONNECTION_INFORMATION, *pOld, dwReturned))
     {
         const HRESULT hr = LastErrorResult();
-        log.Throw(E_FAIL, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_NODE_CONNECTION_INFORMATION ) failed. [0x%08X]", HandleToULong(hHub), hr);
+        log.Throw(E_FAIL, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_NODE_CONNECTION_INFORMATION ) failed. [0x%08X]",
+                  HandleToULong(hHub), hr);
     }
     rConnection = *pOld;
     rConnection.nSpeed = pOld->nSpeed != 0 ? UsbLowSpeed : UsbFullSpeed;
@@ -111,7 +121,8 @@ HRESULT COpdUsbApi::GetStorageDeviceNumber(HANDLE hDevice, DWORD& rdwNumber)
         STORAGE_DEVICE_NUMBER Number{};
         static_assert(sizeof Number == 12);
         DWORD dwReturned = 0;
-        if (!::DeviceIoControl(hDevice, IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0, &Number, sizeof Number, &dwReturned, nullptr))
+        if (!::DeviceIoControl(hDevice, IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0, &Number, sizeof Number,
+                               &dwReturned, nullptr))
             log.ThrowCode(LastErrorResult(), L"::DeviceIoControl( IOCTL_STORAGE_GET_DEVICE_NUMBER ) failed. [0x%08X]");
         rdwNumber = Number.DeviceNumber;
     });
@@ -123,12 +134,14 @@ HRESULT COpdUsbApi::GetHcdDriverKeyName(HANDLE hController, std::wstring& rsName
     return log.Run([&] {
         const auto Require = [&](HRESULT hr) {
             if (FAILED(hr))
-                log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, IOCTL_GET_HCD_DRIVERKEY_NAME ) failed. [0x%08X]", HandleToULong(hController));
+                log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, IOCTL_GET_HCD_DRIVERKEY_NAME ) failed. [0x%08X]",
+                              HandleToULong(hController));
         };
         CNameRequest request(hController, IOCTL_GET_HCD_DRIVERKEY_NAME, CNameRequest::Input::Record);
         Require(request.AskLength());
         if (request.Length() <= sizeof(USB_HCD_DRIVERKEY_NAME))
-            log.Fail(E_FAIL, L"stHcdDriverKeyName.ActualLength(%d) <= sizeof(USB_HCD_DRIVERKEY_NAME)", request.Length());
+            log.Fail(E_FAIL, L"stHcdDriverKeyName.ActualLength(%d) <= sizeof(USB_HCD_DRIVERKEY_NAME)",
+                     request.Length());
         Require(request.Read(log, rsName));
     });
 }
@@ -139,13 +152,16 @@ HRESULT COpdUsbApi::GetDriverKeyName(HANDLE hHub, DWORD dwPort, std::wstring& rs
     return log.Run([&] {
         const auto Require = [&](HRESULT hr) {
             if (FAILED(hr))
-                log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, %u, IOCTL_USB_GET_NODE_CONNECTION_DRIVERKEY_NAME ) failed. [0x%08X]",
-                              HandleToULong(hHub), dwPort);
+                log.ThrowCode(
+                    hr,
+                    L"::DeviceIoControl( 0x%08X, %u, IOCTL_USB_GET_NODE_CONNECTION_DRIVERKEY_NAME ) failed. [0x%08X]",
+                    HandleToULong(hHub), dwPort);
         };
         CNameRequest request(hHub, IOCTL_USB_GET_NODE_CONNECTION_DRIVERKEY_NAME, CNameRequest::Input::Record, dwPort);
         Require(request.AskLength());
         if (request.Length() <= sizeof(USB_NODE_CONNECTION_DRIVERKEY_NAME))
-            log.Fail(E_FAIL, L"stDriverKeyName.ActualLength(%d) <= sizeof(USB_NODE_CONNECTION_DRIVERKEY_NAME)", request.Length());
+            log.Fail(E_FAIL, L"stDriverKeyName.ActualLength(%d) <= sizeof(USB_NODE_CONNECTION_DRIVERKEY_NAME)",
+                     request.Length());
         Require(request.Read(log, rsName));
     });
 }
@@ -156,7 +172,8 @@ HRESULT COpdUsbApi::GetRootHubName(HANDLE hController, std::wstring& rsName)
     return log.Run([&] {
         const auto Require = [&](HRESULT hr) {
             if (FAILED(hr))
-                log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_ROOT_HUB_NAME ) failed. [0x%08X]", HandleToULong(hController));
+                log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_ROOT_HUB_NAME ) failed. [0x%08X]",
+                              HandleToULong(hController));
         };
         // Without an input: the same code with one asks a hub for its information.
         CNameRequest request(hController, IOCTL_USB_GET_ROOT_HUB_NAME, CNameRequest::Input::None);
@@ -171,8 +188,9 @@ HRESULT COpdUsbApi::GetExternalHubName(HANDLE hHub, DWORD dwPort, std::wstring& 
     return log.Run([&] {
         const auto Require = [&](HRESULT hr) {
             if (FAILED(hr))
-                log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, %d, IOCTL_USB_GET_NODE_CONNECTION_NAME ) failed. [0x%08X]", HandleToULong(hHub),
-                              dwPort);
+                log.ThrowCode(hr,
+                              L"::DeviceIoControl( 0x%08X, %d, IOCTL_USB_GET_NODE_CONNECTION_NAME ) failed. [0x%08X]",
+                              HandleToULong(hHub), dwPort);
         };
         CNameRequest request(hHub, IOCTL_USB_GET_NODE_CONNECTION_NAME, CNameRequest::Input::Record, dwPort);
         Require(request.AskLength());
@@ -186,27 +204,31 @@ HRESULT COpdUsbApi::GetUsbNodeInformation(HANDLE hHub, USB_NODE_INFORMATION& rIn
     return log.Run([&] {
         rInfo = {};
         DWORD dwReturned = 0;
-        const BOOL bSucceeded =
-            ::DeviceIoControl(hHub, IOCTL_USB_GET_NODE_INFORMATION, &rInfo, sizeof rInfo, &rInfo, sizeof rInfo, &dwReturned, nullptr);
+        const BOOL bSucceeded = ::DeviceIoControl(hHub, IOCTL_USB_GET_NODE_INFORMATION, &rInfo, sizeof rInfo, &rInfo,
+                                                  sizeof rInfo, &dwReturned, nullptr);
         if (!bSucceeded || dwReturned == 0)
         {
             const HRESULT hr = LastErrorResult();
-            log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_NODE_INFORMATION ) failed. [0x%08X]", HandleToULong(hHub));
+            log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_NODE_INFORMATION ) failed. [0x%08X]",
+                          HandleToULong(hHub));
         }
     });
 }
 
-HRESULT COpdUsbApi::GetUsbNodeConnectionInformation(HANDLE hHub, DWORD dwPort, std::unique_ptr<CUsbConnection>& rpConnection)
+HRESULT COpdUsbApi::GetUsbNodeConnectionInformation(HANDLE hHub, DWORD dwPort,
+                                                    std::unique_ptr<CUsbConnection>& rpConnection)
 {
     CFunctionLog log;
     return log.Run([&] {
         auto pConnection = NewConnection(log, dwPort);
         DWORD dwReturned = 0;
-        const BOOL bSucceeded = AskConnection(hHub, IOCTL_USB_GET_NODE_CONNECTION_INFORMATION_EX, *pConnection, dwReturned);
+        const BOOL bSucceeded = AskConnection(hHub, IOCTL_USB_GET_NODE_CONNECTION_INFORMATION_EX, *pConnection,
+                                              dwReturned);
         if (!bSucceeded)
         {
             const HRESULT hr = LastErrorResult();
-            log.Warning(L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_NODE_CONNECTION_INFORMATION_EX ) failed. [0x%08X]", HandleToULong(hHub), hr);
+            log.Warning(L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_NODE_CONNECTION_INFORMATION_EX ) failed. [0x%08X]",
+                        HandleToULong(hHub), hr);
         }
         if (!bSucceeded || dwReturned == 0)
             AskOldConnection(log, hHub, dwPort, *pConnection);

@@ -62,13 +62,16 @@ public:
     static HRESULT GetExternalHubName(HANDLE hHub, DWORD dwPort, std::wstring& rsName);
     static HRESULT GetUsbNodeInformation(HANDLE hHub, USB_NODE_INFORMATION& rInfo);
     // A system without the newer request gives no speed above full speed.
-    static HRESULT GetUsbNodeConnectionInformation(HANDLE hHub, DWORD dwPort, std::unique_ptr<CUsbConnection>& rpConnection);
+    static HRESULT GetUsbNodeConnectionInformation(HANDLE hHub, DWORD dwPort,
+                                                   std::unique_ptr<CUsbConnection>& rpConnection);
     // The configuration descriptor with everything that follows it, as long as its total length.
     static HRESULT GetConfigDescriptor(HANDLE hHub, DWORD dwPort, BYTE nIndex, std::vector<BYTE>& rConfiguration);
-    static HRESULT GetStringDescriptor(HANDLE hHub, DWORD dwPort, BYTE nIndex, WORD wLanguageId, SUsbStringDescriptor& rDescriptor);
+    static HRESULT GetStringDescriptor(HANDLE hHub, DWORD dwPort, BYTE nIndex, WORD wLanguageId,
+                                       SUsbStringDescriptor& rDescriptor);
     // Appends one record for each language that the device gives the text in; one it does not is no failure.
-    static HRESULT GetStringDescriptors(HANDLE hHub, DWORD dwPort, BYTE nIndex, std::span<const WORD> LanguageIds, CStringList& rList);
+    static HRESULT GetStringDescriptors(HANDLE hHub, DWORD dwPort, BYTE nIndex, std::span<const WORD> LanguageIds,
+                                        CStringList& rList);
     // Appends all texts that the device and its configuration name. Without string descriptor 0 there are none.
-    static HRESULT GetAllStringDescriptors(HANDLE hHub, DWORD dwPort, const USB_DEVICE_DESCRIPTOR& rDevice, CUsbBytes Configuration,
-                                           CStringList& rList);
+    static HRESULT GetAllStringDescriptors(HANDLE hHub, DWORD dwPort, const USB_DEVICE_DESCRIPTOR& rDevice,
+                                           CUsbBytes Configuration, CStringList& rList);
 };

@@ -43,7 +43,8 @@ BOOL Send(HANDLE hHub, std::span<BYTE> Block, DWORD& rdwReturned)
 {
     rdwReturned = 0;
     const auto dwSize = static_cast<DWORD>(Block.size());
-    return ::DeviceIoControl(hHub, IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION, Block.data(), dwSize, Block.data(), dwSize, &rdwReturned, nullptr);
+    return ::DeviceIoControl(hHub, IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION, Block.data(), dwSize, Block.data(),
+                             dwSize, &rdwReturned, nullptr);
 }
 
 // Asks for as much of a configuration as the block holds. Gives the total length that the answer tells.
@@ -55,18 +56,22 @@ WORD AskConfiguration(const CFunctionLog& log, HANDLE hHub, DWORD dwPort, BYTE n
     if (!Send(hHub, Block, dwReturned))
     {
         const HRESULT hr = LastErrorResult();
-        log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. [0x%08X]", HandleToULong(hHub));
+        log.ThrowCode(hr,
+                      L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. [0x%08X]",
+                      HandleToULong(hHub));
     }
     if (dwReturned != Block.size())
-        log.Throw(E_FAIL, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. Returned:%d", HandleToULong(hHub),
-                  dwReturned);
+        log.Throw(E_FAIL,
+                  L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. Returned:%d",
+                  HandleToULong(hHub), dwReturned);
     return UsbWord(Block, HeadSize + offsetof(USB_CONFIGURATION_DESCRIPTOR, wTotalLength));
 }
 
 [[noreturn]] void ThrowTotalLength(const CFunctionLog& log, HANDLE hHub, WORD wTotal)
 {
-    log.Throw(E_FAIL, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. wTotalLength:0x%02X", HandleToULong(hHub),
-              wTotal);
+    log.Throw(E_FAIL,
+              L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. wTotalLength:0x%02X",
+              HandleToULong(hHub), wTotal);
 }
 
 // Checks an answer to the request for a string and gives the length of the descriptor in it.
@@ -75,11 +80,15 @@ BYTE CheckString(const CFunctionLog& log, CUsbBytes Block, DWORD dwReturned)
     const BYTE nLength = Block[HeadSize];
     const BYTE nType = Block[HeadSize + 1];
     if (dwReturned < 2)
-        log.Throw(E_FAIL, L"::DeviceIoControl( IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. Returned:%d", dwReturned);
+        log.Throw(E_FAIL, L"::DeviceIoControl( IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. Returned:%d",
+                  dwReturned);
     if (nType != USB_STRING_DESCRIPTOR_TYPE)
-        log.Throw(E_FAIL, L"::DeviceIoControl( IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. bDescriptorType:0x%02X", nType);
+        log.Throw(E_FAIL,
+                  L"::DeviceIoControl( IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. bDescriptorType:0x%02X",
+                  nType);
     if (nLength != dwReturned - HeadSize || nLength % 2 != 0 || nLength < sizeof(USB_COMMON_DESCRIPTOR))
-        log.Throw(E_FAIL, L"::DeviceIoControl( IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. bLength:%d", nLength);
+        log.Throw(E_FAIL, L"::DeviceIoControl( IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. bLength:%d",
+                  nLength);
     return nLength;
 }
 
@@ -106,7 +115,8 @@ struct CStringReader
         }
         const HRESULT hr = COpdUsbApi::GetStringDescriptors(hHub, dwPort, nIndex, LanguageIds, rList);
         if (FAILED(hr))
-            log.Warning(L"COpdUsbApi::GetStringDescriptors( 0x%08X, %u, %s ) failed. [0x%08X]", HandleToULong(hHub), dwPort, pName, hr);
+            log.Warning(L"COpdUsbApi::GetStringDescriptors( 0x%08X, %u, %s ) failed. [0x%08X]", HandleToULong(hHub),
+                        dwPort, pName, hr);
         return true;
     }
 
@@ -165,24 +175,32 @@ HRESULT COpdUsbApi::GetConfigDescriptor(HANDLE hHub, DWORD dwPort, BYTE nIndex, 
     });
 }
 
-HRESULT COpdUsbApi::GetStringDescriptor(HANDLE hHub, DWORD dwPort, BYTE nIndex, WORD wLanguageId, SUsbStringDescriptor& rDescriptor)
+HRESULT COpdUsbApi::GetStringDescriptor(HANDLE hHub, DWORD dwPort, BYTE nIndex, WORD wLanguageId,
+                                        SUsbStringDescriptor& rDescriptor)
 {
     CFunctionLog log;
     return log.Run([&] {
         std::array<BYTE, HeadSize + MaxStringLength> aBlock{};
-        FillHead(aBlock, dwPort, USB_DESCRIPTOR_MAKE_TYPE_AND_INDEX(USB_STRING_DESCRIPTOR_TYPE, nIndex), wLanguageId, MaxStringLength);
+        FillHead(aBlock, dwPort, USB_DESCRIPTOR_MAKE_TYPE_AND_INDEX(USB_STRING_DESCRIPTOR_TYPE, nIndex), wLanguageId,
+                 MaxStringLength);
         DWORD dwReturned = 0;
         if (!Send(hHub, aBlock, dwReturned))
         {
             const HRESULT hr = LastErrorResult();
-            log.Throw(E_FAIL, L"::DeviceIoControl( IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. [0x%08X]", hr);
+            log.Throw(E_FAIL, L"::DeviceIoControl( IOCTL_USB_GET_DESCRIPTOR_FROM_NODE_CONNECTION ) failed. [0x%08X]",
+                      hr);
         }
         const CUsbBytes Descriptor = CUsbBytes(aBlock).subspan(HeadSize, CheckString(log, aBlock, dwReturned));
-        rDescriptor = { USB_STRING_DESCRIPTOR_TYPE, nIndex, wLanguageId, UsbStringText(Descriptor), { Descriptor.begin(), Descriptor.end() } };
+        rDescriptor = { USB_STRING_DESCRIPTOR_TYPE,
+                        nIndex,
+                        wLanguageId,
+                        UsbStringText(Descriptor),
+                        { Descriptor.begin(), Descriptor.end() } };
     });
 }
 
-HRESULT COpdUsbApi::GetStringDescriptors(HANDLE hHub, DWORD dwPort, BYTE nIndex, std::span<const WORD> LanguageIds, CStringList& rList)
+HRESULT COpdUsbApi::GetStringDescriptors(HANDLE hHub, DWORD dwPort, BYTE nIndex, std::span<const WORD> LanguageIds,
+                                         CStringList& rList)
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -193,18 +211,20 @@ HRESULT COpdUsbApi::GetStringDescriptors(HANDLE hHub, DWORD dwPort, BYTE nIndex,
             if (SUCCEEDED(hr))
                 rList.push_back(std::move(descriptor));
             else
-                log.Assert(L"COpdUsbApi::GetStringDescriptor( 0x%08X, %u, %u, %u ) failed. [0x%08X]", HandleToULong(hHub), dwPort, nIndex, n, hr);
+                log.Assert(L"COpdUsbApi::GetStringDescriptor( 0x%08X, %u, %u, %u ) failed. [0x%08X]",
+                           HandleToULong(hHub), dwPort, nIndex, n, hr);
         }
     });
 }
 
-HRESULT COpdUsbApi::GetAllStringDescriptors(HANDLE hHub, DWORD dwPort, const USB_DEVICE_DESCRIPTOR& rDevice, CUsbBytes Configuration,
-                                            CStringList& rList)
+HRESULT COpdUsbApi::GetAllStringDescriptors(HANDLE hHub, DWORD dwPort, const USB_DEVICE_DESCRIPTOR& rDevice,
+                                            CUsbBytes Configuration, CStringList& rList)
 {
     CFunctionLog log;
     return log.Run([&] {
         SUsbStringDescriptor languages;
-        log.Check(GetStringDescriptor(hHub, dwPort, 0, 0, languages), L"COpdUsbApi::SUsbStringDescriptor( String Descriptor 0 ) failed. [0x%08X]");
+        log.Check(GetStringDescriptor(hHub, dwPort, 0, 0, languages),
+                  L"COpdUsbApi::SUsbStringDescriptor( String Descriptor 0 ) failed. [0x%08X]");
         const std::vector<WORD> LanguageIds = UsbLanguages(languages.RawBytes);
 
         CStringReader reader{ log, hHub, dwPort, LanguageIds, rList };

@@ -56,7 +56,8 @@ void HandOver(std::wstring* psTarget, const std::wstring& sText)
         *psTarget = sText;
 }
 
-void AppendInterfaces(const CFunctionLog& log, CUsbBytes Configuration, std::vector<USB_INTERFACE_DESCRIPTOR>& rInterfaces)
+void AppendInterfaces(const CFunctionLog& log, CUsbBytes Configuration,
+                      std::vector<USB_INTERFACE_DESCRIPTOR>& rInterfaces)
 {
     WalkUsbConfiguration(log, Configuration, [&](CUsbBytes Record) {
         if (Record[1] != USB_INTERFACE_DESCRIPTOR_TYPE)
@@ -75,7 +76,8 @@ void AppendInterfaces(const CFunctionLog& log, CUsbBytes Configuration, std::vec
 }
 
 // Reads configuration and texts of a device whose port is known. What cannot be read costs itself only.
-void ReadDevice(const CFunctionLog& log, HANDLE hHub, DWORD nPort, const USB_DEVICE_DESCRIPTOR& rDevice, const CUsbDescriptorTargets& rTargets)
+void ReadDevice(const CFunctionLog& log, HANDLE hHub, DWORD nPort, const USB_DEVICE_DESCRIPTOR& rDevice,
+                const CUsbDescriptorTargets& rTargets)
 {
     std::vector<BYTE> Configuration;
     HRESULT hr = COpdUsbApi::GetConfigDescriptor(hHub, nPort, 0, Configuration);
@@ -87,7 +89,8 @@ void ReadDevice(const CFunctionLog& log, HANDLE hHub, DWORD nPort, const USB_DEV
     COpdUsbApi::CStringList strings;
     hr = COpdUsbApi::GetAllStringDescriptors(hHub, nPort, rDevice, Configuration, strings);
     if (FAILED(hr))
-        log.Warning(L"COpdUsbApi::GetAllStringDescriptors( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub), nPort, hr);
+        log.Warning(L"COpdUsbApi::GetAllStringDescriptors( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub), nPort,
+                    hr);
     if (!strings.empty())
     {
         HandOver(rTargets.psManufacturer, FirstTextOf(strings, rDevice.iManufacturer));
@@ -106,29 +109,35 @@ HRESULT COpdUsbDeviceInfo::StandardOpenDeviceFunction(const std::wstring& sPath,
     return log.Run([&] { OpenDevicePath(log, sPath, 0, FILE_SHARE_READ | FILE_SHARE_WRITE, phDevice); });
 }
 
-HRESULT COpdUsbDeviceInfo::GetUsbDescriptors(BYTE nDriveIndex, USB_DEVICE_DESCRIPTOR& rDevice, std::vector<USB_INTERFACE_DESCRIPTOR>* pInterfaces,
-                                             std::wstring* psManufacturer, std::wstring* psProduct, std::wstring* psSerial) const
+HRESULT COpdUsbDeviceInfo::GetUsbDescriptors(BYTE nDriveIndex, USB_DEVICE_DESCRIPTOR& rDevice,
+                                             std::vector<USB_INTERFACE_DESCRIPTOR>* pInterfaces,
+                                             std::wstring* psManufacturer, std::wstring* psProduct,
+                                             std::wstring* psSerial) const
 {
     CFunctionLog log;
     return log.Run([&] {
         const wchar_t cDrive = DriveLetter(nDriveIndex);
         DWORD dwNumber = 0;
-        log.Check(GetDeviceNumber(nDriveIndex, dwNumber), L"COpdUsbDeviceInfo::GetDeviceNumber( %c: ) failed. [0x%08X]", cDrive);
+        log.Check(GetDeviceNumber(nDriveIndex, dwNumber), L"COpdUsbDeviceInfo::GetDeviceNumber( %c: ) failed. [0x%08X]",
+                  cDrive);
         log.Trace(L"DeviceNumber: %u", dwNumber);
 
         DEVINST hDisk = 0;
         log.Check(FindDeviceInstanceHandleByDeviceNumber(dwNumber, hDisk),
-                  L"COpdUsbDeviceInfo::FindDeviceInstanceHandleByDeviceNumber( %c:, %d ) failed. [0x%08X]", cDrive, dwNumber);
+                  L"COpdUsbDeviceInfo::FindDeviceInstanceHandleByDeviceNumber( %c:, %d ) failed. [0x%08X]", cDrive,
+                  dwNumber);
         log.Trace(L"DevInst: %u", hDisk);
 
         std::wstring sId;
         CFileHandle hHub;
-        log.Check(GetUsbDeviceInstanceIdAndParentUsbHub(hDisk, sId, hHub), L"COpdUsbDeviceInfo::GetUsbDeviceInstancePath() failed. [0x%08X]");
+        log.Check(GetUsbDeviceInstanceIdAndParentUsbHub(hDisk, sId, hHub),
+                  L"COpdUsbDeviceInfo::GetUsbDeviceInstancePath() failed. [0x%08X]");
         log.Trace(L"UsbDeviceInstanceId: %s", sId);
 
         std::wstring sManufacturer, sProduct, sSerial;
         log.Check(GetUsbDescriptors(hHub.Get(), sId, rDevice, { pInterfaces, &sManufacturer, &sProduct, &sSerial }),
-                  L"COpdUsbDeviceInfo::GetUsbDescriptors( 0x%08X, %s ) failed. [0x%08X]", HandleToULong(hHub.Get()), sId);
+                  L"COpdUsbDeviceInfo::GetUsbDescriptors( 0x%08X, %s ) failed. [0x%08X]", HandleToULong(hHub.Get()),
+                  sId);
         HandOver(psManufacturer, sManufacturer);
         HandOver(psProduct, sProduct);
         HandOver(psSerial, sSerial);
@@ -140,7 +149,8 @@ HRESULT COpdUsbDeviceInfo::GetDeviceNumber(BYTE nDriveIndex, DWORD& rdwNumber) c
     CFunctionLog log;
     return log.Run([&] {
         const std::wstring sPath = FormatText(L"\\\\.\\%c:", DriveLetter(nDriveIndex));
-        log.Check(GetDeviceNumber(sPath, rdwNumber), L"COpdUsbDeviceInfo::GetDeviceNumber( \"%s\" ) failed. [0x%08X]", sPath);
+        log.Check(GetDeviceNumber(sPath, rdwNumber), L"COpdUsbDeviceInfo::GetDeviceNumber( \"%s\" ) failed. [0x%08X]",
+                  sPath);
     });
 }
 
@@ -162,28 +172,32 @@ HRESULT COpdUsbDeviceInfo::FindDeviceInstanceHandleByDeviceNumber(DWORD dwNumber
         CDeviceInfoSet hSet;
         const HRESULT hrSet = COpdSetupDi::GetClassDevices(GUID_DEVINTERFACE_DISK, hSet);
         log.Check(hrSet, L"COpdSetupDi::GetClassDevices( GUID_DEVINTERFACE_DISK ) failed. [0x%08X]");
-        constexpr CFormat<DWORD, HRESULT> failed(L"COpdSetupDi::GetDeviceInterfaceData( GUID_DEVINTERFACE_DISK, %d ) failed. [0x%08X]");
-        WalkInterfaces(log, hSet.Get(), GUID_DEVINTERFACE_DISK, failed, [&](DWORD, SP_DEVICE_INTERFACE_DATA& rInterface) {
-            SP_DEVINFO_DATA Device;
-            std::wstring sPath;
-            const HRESULT hr = COpdSetupDi::GetDeviceInterfaceDetail(hSet.Get(), rInterface, Device, sPath);
-            if (FAILED(hr) || sPath.empty())
-            {
-                log.Warning(L"COpdSetupDi::GetDeviceInterfaceDetail() failed. [0x%08X]", hr);
-                return false;
-            }
-            // A disk that cannot be opened ends the search, even if the wanted one stands behind it.
-            DWORD dwFound = 0;
-            log.Check(GetDeviceNumber(sPath, dwFound), L"COpdUsbDeviceInfo::GetDeviceNumber( \"%s\" ) failed. [0x%08X]", sPath);
-            log.Trace(L"[DeviceNumber:%d] %s", dwFound, sPath);
-            if (dwFound == dwNumber)
-                rhDevice = Device.DevInst;
-            return dwFound == dwNumber;
-        });
+        constexpr CFormat<DWORD, HRESULT> failed(
+            L"COpdSetupDi::GetDeviceInterfaceData( GUID_DEVINTERFACE_DISK, %d ) failed. [0x%08X]");
+        WalkInterfaces(
+            log, hSet.Get(), GUID_DEVINTERFACE_DISK, failed, [&](DWORD, SP_DEVICE_INTERFACE_DATA& rInterface) {
+                SP_DEVINFO_DATA Device;
+                std::wstring sPath;
+                const HRESULT hr = COpdSetupDi::GetDeviceInterfaceDetail(hSet.Get(), rInterface, Device, sPath);
+                if (FAILED(hr) || sPath.empty())
+                {
+                    log.Warning(L"COpdSetupDi::GetDeviceInterfaceDetail() failed. [0x%08X]", hr);
+                    return false;
+                }
+                // A disk that cannot be opened ends the search, even if the wanted one stands behind it.
+                DWORD dwFound = 0;
+                log.Check(GetDeviceNumber(sPath, dwFound),
+                          L"COpdUsbDeviceInfo::GetDeviceNumber( \"%s\" ) failed. [0x%08X]", sPath);
+                log.Trace(L"[DeviceNumber:%d] %s", dwFound, sPath);
+                if (dwFound == dwNumber)
+                    rhDevice = Device.DevInst;
+                return dwFound == dwNumber;
+            });
     });
 }
 
-HRESULT COpdUsbDeviceInfo::GetUsbDeviceInstanceIdAndParentUsbHub(DEVINST hDisk, std::wstring& rsInstanceId, CFileHandle& rhHub) const
+HRESULT COpdUsbDeviceInfo::GetUsbDeviceInstanceIdAndParentUsbHub(DEVINST hDisk, std::wstring& rsInstanceId,
+                                                                 CFileHandle& rhHub) const
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -198,18 +212,21 @@ HRESULT COpdUsbDeviceInfo::GetUsbDeviceInstanceIdAndParentUsbHub(DEVINST hDisk, 
             if (FAILED(m_pOpenDevice(HubPath(log, hParent), hHub.Put())))
                 hCurrent = hParent;
         }
-        log.Check(COpdCmApi::GetDeviceId(hCurrent, rsInstanceId), L"COpdUsbDeviceInfo::GetDeviceId( 0x%08X ) failed. [0x%08X]", hCurrent);
+        log.Check(COpdCmApi::GetDeviceId(hCurrent, rsInstanceId),
+                  L"COpdUsbDeviceInfo::GetDeviceId( 0x%08X ) failed. [0x%08X]", hCurrent);
         log.Trace(L"[Device] %s", rsInstanceId);
         rhHub = std::move(hHub);
     });
 }
 
-HRESULT COpdUsbDeviceInfo::FindDeviceInstanceIdByDriverKey(const std::wstring& sDriverKey, std::wstring& rsInstanceId) const
+HRESULT COpdUsbDeviceInfo::FindDeviceInstanceIdByDriverKey(const std::wstring& sDriverKey,
+                                                           std::wstring& rsInstanceId) const
 {
     CFunctionLog log;
     return log.Run([&] {
         CDeviceInfoSet hSet;
-        log.Check(COpdSetupDi::GetClassDevices(L"USB", hSet), L"COpdSetupDi::GetClassDevices( \"USB\" ) failed. [0x%08X]");
+        log.Check(COpdSetupDi::GetClassDevices(L"USB", hSet),
+                  L"COpdSetupDi::GetClassDevices( \"USB\" ) failed. [0x%08X]");
         const DWORD dwSet = HandleToULong(hSet.Get());
         for (DWORD nIndex = 0;; ++nIndex)
         {
@@ -220,7 +237,8 @@ HRESULT COpdUsbDeviceInfo::FindDeviceInstanceIdByDriverKey(const std::wstring& s
             hr = COpdSetupDi::GetDeviceRegistryProperty(hSet.Get(), Device, SPDRP_DRIVER, driver);
             if (FAILED(hr))
             {
-                log.Warning(L"COpdSetupDi::GetDeviceRegistryProperty( 0x%08X, SPDRP_DRIVER ) failed. [0x%08X]", dwSet, hr);
+                log.Warning(L"COpdSetupDi::GetDeviceRegistryProperty( 0x%08X, SPDRP_DRIVER ) failed. [0x%08X]", dwSet,
+                            hr);
                 continue;
             }
             log.Trace(L"[DriverKey:%d] %s", nIndex, driver.Text());
@@ -234,14 +252,16 @@ HRESULT COpdUsbDeviceInfo::FindDeviceInstanceIdByDriverKey(const std::wstring& s
     });
 }
 
-HRESULT COpdUsbDeviceInfo::GetUsbDescriptors(HANDLE hHub, const std::wstring& sInstanceId, USB_DEVICE_DESCRIPTOR& rDevice,
+HRESULT COpdUsbDeviceInfo::GetUsbDescriptors(HANDLE hHub, const std::wstring& sInstanceId,
+                                             USB_DEVICE_DESCRIPTOR& rDevice,
                                              const CUsbDescriptorTargets& rTargets) const
 {
     CFunctionLog log;
     return log.Run([&] {
         const DWORD dwHub = HandleToULong(hHub);
         USB_NODE_INFORMATION Info;
-        log.Check(COpdUsbApi::GetUsbNodeInformation(hHub, Info), L"COpdUsbApi::GetUsbNodeInformation( 0x%08X ) failed. [0x%08X]", dwHub);
+        log.Check(COpdUsbApi::GetUsbNodeInformation(hHub, Info),
+                  L"COpdUsbApi::GetUsbNodeInformation( 0x%08X ) failed. [0x%08X]", dwHub);
         const DWORD nPorts = Info.u.HubInformation.HubDescriptor.bNumberOfPorts;
         DWORD nPort = 1;
         std::unique_ptr<CUsbConnection> pConnection;
@@ -254,7 +274,8 @@ HRESULT COpdUsbDeviceInfo::GetUsbDescriptors(HANDLE hHub, const std::wstring& sI
     });
 }
 
-bool COpdUsbDeviceInfo::IsDeviceOnPort(const CFunctionLog& log, HANDLE hHub, DWORD nPort, const std::wstring& sInstanceId,
+bool COpdUsbDeviceInfo::IsDeviceOnPort(const CFunctionLog& log, HANDLE hHub, DWORD nPort,
+                                       const std::wstring& sInstanceId,
                                        std::unique_ptr<CUsbConnection>& rpConnection) const
 {
     const DWORD dwHub = HandleToULong(hHub);

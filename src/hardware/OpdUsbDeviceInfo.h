@@ -28,8 +28,9 @@ public:
     static HRESULT StandardOpenDeviceFunction(const std::wstring& sPath, HANDLE* phDevice);
 
     // The device of a drive, 0 for A:. Interfaces are appended; the last four may be null.
-    HRESULT GetUsbDescriptors(BYTE nDriveIndex, USB_DEVICE_DESCRIPTOR& rDevice, std::vector<USB_INTERFACE_DESCRIPTOR>* pInterfaces,
-                              std::wstring* psManufacturer, std::wstring* psProduct, std::wstring* psSerial) const;
+    HRESULT GetUsbDescriptors(BYTE nDriveIndex, USB_DEVICE_DESCRIPTOR& rDevice,
+                              std::vector<USB_INTERFACE_DESCRIPTOR>* pInterfaces, std::wstring* psManufacturer,
+                              std::wstring* psProduct, std::wstring* psSerial) const;
     // The device of that instance id on one of the hub's ports.
     HRESULT GetUsbDescriptors(HANDLE hHub, const std::wstring& sInstanceId, USB_DEVICE_DESCRIPTOR& rDevice,
                               const CUsbDescriptorTargets& rTargets) const;

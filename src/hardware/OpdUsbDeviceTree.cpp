@@ -27,17 +27,20 @@ void ReadPortNames(const CFunctionLog& log, HANDLE hHub, DWORD nPort, CUsbPortNo
 }
 
 // Configuration and texts of a device that works. What cannot be read stays empty.
-void ReadPortDescriptors(const CFunctionLog& log, HANDLE hHub, const CUsbPortNode& rNode, std::vector<BYTE>& rConfiguration,
-                         COpdUsbApi::CStringList& rStrings)
+void ReadPortDescriptors(const CFunctionLog& log, HANDLE hHub, const CUsbPortNode& rNode,
+                         std::vector<BYTE>& rConfiguration, COpdUsbApi::CStringList& rStrings)
 {
     HRESULT hr = COpdUsbApi::GetConfigDescriptor(hHub, rNode.nPort, 0, rConfiguration);
     if (FAILED(hr))
-        log.Assert(L"COpdUsbApi::GetConfigDescriptor( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub), rNode.nPort, hr);
+        log.Assert(L"COpdUsbApi::GetConfigDescriptor( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub), rNode.nPort,
+                   hr);
     if (rConfiguration.empty())
         return;
-    hr = COpdUsbApi::GetAllStringDescriptors(hHub, rNode.nPort, rNode.rConnection.DeviceDescriptor, rConfiguration, rStrings);
+    hr = COpdUsbApi::GetAllStringDescriptors(hHub, rNode.nPort, rNode.rConnection.DeviceDescriptor, rConfiguration,
+                                             rStrings);
     if (FAILED(hr))
-        log.Assert(L"COpdUsbApi::GetAllStringDescriptors( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub), rNode.nPort, hr);
+        log.Assert(L"COpdUsbApi::GetAllStringDescriptors( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub),
+                   rNode.nPort, hr);
 }
 
 } // namespace
@@ -55,7 +58,8 @@ HRESULT COpdUsbDeviceTree::DumpUsbDeviceTree(const std::wstring& sPath, bool bBr
         COpdLogFile file;
         log.Check(file.Open(sPath), L"COpdLogFile::Open( \"%s\" ) failed. [0x%08X]", sPath);
         CWalk walk{ file, bBrief };
-        log.Check(EnumerateUsbHostControllers(walk, 0), L"COpdUsbDeviceTree::EnumerateUsbHostControllers() failed. [0x%08X]");
+        log.Check(EnumerateUsbHostControllers(walk, 0),
+                  L"COpdUsbDeviceTree::EnumerateUsbHostControllers() failed. [0x%08X]");
     });
 }
 
@@ -82,18 +86,22 @@ HRESULT COpdUsbDeviceTree::EnumerateUsbHostControllers(CWalk& rWalk, unsigned nD
 }
 
 // A step that fails ends the controller, with its record.
-void COpdUsbDeviceTree::DumpController(const CFunctionLog& log, DWORD nNumber, const std::wstring& sPath, CWalk& rWalk, unsigned nDepth)
+void COpdUsbDeviceTree::DumpController(const CFunctionLog& log, DWORD nNumber, const std::wstring& sPath, CWalk& rWalk,
+                                       unsigned nDepth)
 {
     CFileHandle hController;
     log.Check(m_pOpenDevice(sPath, hController.Put()), L"OpenDevice( \"%s\" ) failed. [0x%08X]", sPath);
     CUsbControllerNode node{ nNumber, {}, sPath, {}, hController.Get() };
     std::wstring sRootHub;
-    log.Check(COpdUsbApi::GetHcdDriverKeyName(hController.Get(), node.sDriverKey), L"COpdUsbApi::GetHcdDriverKeyName() failed. [0x%08X]");
-    log.Check(COpdUsbApi::GetRootHubName(hController.Get(), sRootHub), L"COpdUsbApi::GetRootHubName() failed. [0x%08X]");
+    log.Check(COpdUsbApi::GetHcdDriverKeyName(hController.Get(), node.sDriverKey),
+              L"COpdUsbApi::GetHcdDriverKeyName() failed. [0x%08X]");
+    log.Check(COpdUsbApi::GetRootHubName(hController.Get(), sRootHub),
+              L"COpdUsbApi::GetRootHubName() failed. [0x%08X]");
     const HRESULT hr = COpdCmApi::GetDeviceDescByDriverKeyName(node.sDriverKey, node.sDescription);
     log.Check(hr, L"COpdCmApi::GetDeviceDescByDriverKeyName( %s ) failed. [0x%08X]", node.sDriverKey);
     CUsbTreeWriter(rWalk.rLogFile, rWalk.bBrief, nDepth).WriteController(node);
-    log.Check(EnumerateUsbRootHub(sRootHub, rWalk, nDepth + 1), L"COpdUsbDeviceTree::EnumerateUsbRootHub( %s ) failed. [0x%08X]", sRootHub);
+    log.Check(EnumerateUsbRootHub(sRootHub, rWalk, nDepth + 1),
+              L"COpdUsbDeviceTree::EnumerateUsbRootHub( %s ) failed. [0x%08X]", sRootHub);
 }
 
 HRESULT COpdUsbDeviceTree::EnumerateUsbRootHub(const std::wstring& sName, CWalk& rWalk, unsigned nDepth)
@@ -108,7 +116,8 @@ HRESULT COpdUsbDeviceTree::EnumerateUsbHub(const std::wstring& sName, CWalk& rWa
     return log.Run([&] { DumpHub(log, sName, false, rWalk, nDepth); });
 }
 
-void COpdUsbDeviceTree::DumpHub(const CFunctionLog& log, const std::wstring& sName, bool bRoot, CWalk& rWalk, unsigned nDepth)
+void COpdUsbDeviceTree::DumpHub(const CFunctionLog& log, const std::wstring& sName, bool bRoot, CWalk& rWalk,
+                                unsigned nDepth)
 {
     // A hub below itself would be walked for ever.
     const auto IsThis = [&](const std::wstring& sOpen) { return EqualsNoCase(sOpen, sName); };
@@ -119,7 +128,8 @@ void COpdUsbDeviceTree::DumpHub(const CFunctionLog& log, const std::wstring& sNa
     CFileHandle hHub;
     log.Check(m_pOpenDevice(sPath, hHub.Put()), L"OpenDevice( \"%s\" ) failed. [0x%08X]", sPath);
     USB_NODE_INFORMATION Info;
-    log.Check(COpdUsbApi::GetUsbNodeInformation(hHub.Get(), Info), L"COpdUsbApi::GetHubInfo( 0x%08X ) failed. [0x%08X]", HandleToULong(hHub.Get()));
+    log.Check(COpdUsbApi::GetUsbNodeInformation(hHub.Get(), Info), L"COpdUsbApi::GetHubInfo( 0x%08X ) failed. [0x%08X]",
+              HandleToULong(hHub.Get()));
     const USB_HUB_INFORMATION& rHub = Info.u.HubInformation;
     CUsbTreeWriter(rWalk.rLogFile, rWalk.bBrief, nDepth).WriteHub({ bRoot, sName, rHub, hHub.Get() });
 
@@ -144,7 +154,8 @@ void COpdUsbDeviceTree::DumpPort(const CFunctionLog& log, HANDLE hHub, DWORD nPo
     const HRESULT hr = COpdUsbApi::GetUsbNodeConnectionInformation(hHub, nPort, pConnection);
     if (FAILED(hr))
     {
-        log.Assert(L"COpdUsbApi::GetUsbNodeConnectionInformation( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub), nPort, hr);
+        log.Assert(L"COpdUsbApi::GetUsbNodeConnectionInformation( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub),
+                   nPort, hr);
         return;
     }
     {
@@ -163,7 +174,8 @@ void COpdUsbDeviceTree::DumpPort(const CFunctionLog& log, HANDLE hHub, DWORD nPo
         DumpExternalHub(log, hHub, nPort, rWalk, nDepth);
 }
 
-void COpdUsbDeviceTree::DumpExternalHub(const CFunctionLog& log, HANDLE hHub, DWORD nPort, CWalk& rWalk, unsigned nDepth)
+void COpdUsbDeviceTree::DumpExternalHub(const CFunctionLog& log, HANDLE hHub, DWORD nPort, CWalk& rWalk,
+                                        unsigned nDepth)
 {
     std::wstring sName;
     HRESULT hr = COpdUsbApi::GetExternalHubName(hHub, nPort, sName);

@@ -34,7 +34,8 @@ private:
     HRESULT EnumerateUsbHub(const std::wstring& sName, CWalk& rWalk, unsigned nDepth);
     HRESULT EnumerateUsbHubPorts(HANDLE hHub, DWORD nPorts, CWalk& rWalk, unsigned nDepth);
 
-    void DumpController(const CFunctionLog& log, DWORD nNumber, const std::wstring& sPath, CWalk& rWalk, unsigned nDepth);
+    void DumpController(const CFunctionLog& log, DWORD nNumber, const std::wstring& sPath, CWalk& rWalk,
+                        unsigned nDepth);
     void DumpHub(const CFunctionLog& log, const std::wstring& sName, bool bRoot, CWalk& rWalk, unsigned nDepth);
     void DumpPort(const CFunctionLog& log, HANDLE hHub, DWORD nPort, CWalk& rWalk, unsigned nDepth);
     void DumpExternalHub(const CFunctionLog& log, HANDLE hHub, DWORD nPort, CWalk& rWalk, unsigned nDepth);

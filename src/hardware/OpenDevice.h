@@ -12,7 +12,8 @@ using OpenDeviceFunc = HRESULT (*)(const std::wstring& sPath, HANDLE* phDevice);
 
 // The body of the standard open functions; throws through its caller's log. Control codes that need no right on the
 // device are content with the access 0.
-inline void OpenDevicePath(const CFunctionLog& log, const std::wstring& sPath, DWORD dwAccess, DWORD dwShare, HANDLE* phDevice)
+inline void OpenDevicePath(const CFunctionLog& log, const std::wstring& sPath, DWORD dwAccess, DWORD dwShare,
+                           HANDLE* phDevice)
 {
     if (phDevice == nullptr)
         log.Fail(E_POINTER, L"pHandle == NULL");

@@ -8,7 +8,8 @@
 // it is told with failed and thrown, as in a search that did not find. Another failure is told the same way and passed
 // over, but for so many of them in a row that there cannot be a list.
 template <typename Visit>
-void WalkInterfaces(const CFunctionLog& log, HDEVINFO hSet, const GUID& rGuid, CFormat<DWORD, HRESULT> failed, const Visit& visit)
+void WalkInterfaces(const CFunctionLog& log, HDEVINFO hSet, const GUID& rGuid, CFormat<DWORD, HRESULT> failed,
+                    const Visit& visit)
 {
     constexpr DWORD nMaxFailures = 256;
     for (DWORD nIndex = 0, nFailures = 0;; ++nIndex)

@@ -6,6 +6,7 @@
 #include "platform/Table.h"
 #include "platform/Win32.h"
 
+// clang-format off
 constexpr CNameRow<DWORD> UsbConnectionStatusTable[] = {
     { 0, L"NoDeviceConnected" },
     { 1, L"DeviceConnected" },
@@ -17,6 +18,7 @@ constexpr CNameRow<DWORD> UsbConnectionStatusTable[] = {
     { 7, L"DeviceHubNestedTooDeeply" },
     { 8, L"DeviceInLegacyHub" },
 };
+// clang-format on
 
 constexpr CNameRow<BYTE> UsbSpeedTable[] = {
     { 0, L"Low Speed" },

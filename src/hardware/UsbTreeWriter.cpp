@@ -15,7 +15,9 @@ constexpr std::size_t IndentWidth = 6;
 } // namespace
 
 CUsbTreeWriter::CUsbTreeWriter(COpdLogFile& rLogFile, bool bBrief, unsigned nDepth)
-    : m_rLogFile(rLogFile), m_bBrief(bBrief), m_sIndent(nDepth * IndentWidth, L' ')
+    : m_rLogFile(rLogFile),
+      m_bBrief(bBrief),
+      m_sIndent(nDepth * IndentWidth, L' ')
 {
 }
 
@@ -76,7 +78,8 @@ void CUsbTreeWriter::WriteHubCharacteristics(const CUsbHubNode& rNode)
     if (rNode.Capabilities)
     {
         const DWORD dwHighSpeed = rNode.Capabilities->HubIs2xCapable;
-        Line(L"%s  Hub Capabilities       : %0#8lx (%s)", dwHighSpeed, dwHighSpeed != 0 ? L"High Speed" : L"Not High Speed");
+        Line(L"%s  Hub Capabilities       : %0#8lx (%s)", dwHighSpeed,
+             dwHighSpeed != 0 ? L"High Speed" : L"Not High Speed");
     }
 }
 
@@ -110,7 +113,8 @@ void CUsbTreeWriter::WriteConnection(const CUsbConnection& rConnection)
     const DWORD dwStatus = rConnection.dwConnectionStatus;
     Line(L"%s  ConnectionStatus       : %u (%s)", dwStatus, NameOf(UsbConnectionStatusTable, dwStatus, L"Unknown"));
     Line(L"%s  Current Config Value   : 0x%02X", rConnection.nCurrentConfigurationValue);
-    Line(L"%s  Device Bus Speed       : 0x%02X (%s)", rConnection.nSpeed, NameOf(UsbSpeedTable, rConnection.nSpeed, L"Unknown"));
+    Line(L"%s  Device Bus Speed       : 0x%02X (%s)", rConnection.nSpeed,
+         NameOf(UsbSpeedTable, rConnection.nSpeed, L"Unknown"));
     // Values, not references: the records are packed.
     Line(L"%s  Device Address         : 0x%02X", +rConnection.wDeviceAddress);
     Line(L"%s  Open Pipes             : %u", +rConnection.dwOpenPipes);
@@ -128,9 +132,11 @@ void CUsbTreeWriter::WriteDevice(const USB_DEVICE_DESCRIPTOR& rDevice, const COp
     Line(L"%s  idVendor               : 0x%04X (%s)", +rDevice.idVendor, UsbVendorName(rDevice.idVendor));
     Line(L"%s  idProduct              : 0x%04X", +rDevice.idProduct);
     Line(L"%s  bcdDevice              : 0x%04X", +rDevice.bcdDevice);
-    Line(L"%s  iManufacturer          : 0x%02X (%s)", rDevice.iManufacturer, UsbTextOf(rStrings, rDevice.iManufacturer));
+    Line(L"%s  iManufacturer          : 0x%02X (%s)", rDevice.iManufacturer,
+         UsbTextOf(rStrings, rDevice.iManufacturer));
     Line(L"%s  iProduct               : 0x%02X (%s)", rDevice.iProduct, UsbTextOf(rStrings, rDevice.iProduct));
-    Line(L"%s  iSerialNumber          : 0x%02X (%s)", rDevice.iSerialNumber, UsbTextOf(rStrings, rDevice.iSerialNumber));
+    Line(L"%s  iSerialNumber          : 0x%02X (%s)", rDevice.iSerialNumber,
+         UsbTextOf(rStrings, rDevice.iSerialNumber));
     Line(L"%s  bNumConfigurations     : 0x%02X", rDevice.bNumConfigurations);
 }
 

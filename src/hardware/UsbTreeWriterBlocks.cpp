@@ -17,7 +17,8 @@ constexpr std::size_t BytesPerLine = 16;
 std::wstring PowerText(BYTE nAttributes)
 {
     std::wstring sText;
-    ForEachFlag(UsbPowerFlagTable, nAttributes, [&](const wchar_t* pName) { sText.append(sText.empty() ? L"" : L", ").append(pName); });
+    ForEachFlag(UsbPowerFlagTable, nAttributes,
+                [&](const wchar_t* pName) { sText.append(sText.empty() ? L"" : L", ").append(pName); });
     return sText;
 }
 
@@ -39,7 +40,8 @@ std::wstring UsbTextOf(const COpdUsbApi::CStringList& rStrings, BYTE nIndex)
     return sText;
 }
 
-void CUsbTreeWriter::WriteConfiguration(const CFunctionLog& log, CUsbBytes Configuration, const COpdUsbApi::CStringList& rStrings)
+void CUsbTreeWriter::WriteConfiguration(const CFunctionLog& log, CUsbBytes Configuration,
+                                        const COpdUsbApi::CStringList& rStrings)
 {
     if (m_bBrief)
         return;
@@ -57,7 +59,8 @@ void CUsbTreeWriter::WriteRecord(CUsbBytes Record, const COpdUsbApi::CStringList
         WriteConfigurationBlock(Record, rStrings);
     else if (nType == USB_INTERFACE_DESCRIPTOR_TYPE && IsUsbInterfaceLength(nLength))
         WriteInterfaceBlock(Record, rStrings);
-    else if (nType == USB_ENDPOINT_DESCRIPTOR_TYPE && (nLength == UsbEndpointLength || nLength == UsbAudioEndpointLength))
+    else if (nType == USB_ENDPOINT_DESCRIPTOR_TYPE &&
+             (nLength == UsbEndpointLength || nLength == UsbAudioEndpointLength))
         WriteEndpointBlock(Record);
     else if (nType == UsbHidDescriptorType && nLength >= UsbHidLength)
         WriteHidBlock(Record);

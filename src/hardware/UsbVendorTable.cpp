@@ -13,7 +13,8 @@ constexpr CNameRow<WORD> Vendors[] = {
 };
 static_assert(std::size(Vendors) >= 679);
 // Rising, each id once: the look-up is a binary search.
-static_assert(std::ranges::adjacent_find(Vendors, std::ranges::greater_equal{}, &CNameRow<WORD>::value) == std::end(Vendors));
+static_assert(std::ranges::adjacent_find(Vendors, std::ranges::greater_equal{}, &CNameRow<WORD>::value) ==
+              std::end(Vendors));
 
 } // namespace
 

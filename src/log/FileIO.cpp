@@ -64,11 +64,13 @@ std::wstring ResolveTraceFolder(const std::wstring& sLocation, const SYSTEMTIME&
 }
 
 CFileIO::CFileIO(const std::wstring& sSubject, bool bAutoFlush, const std::wstring& sLocation, Encoding eEncoding)
-    : m_bAutoFlush(bAutoFlush), m_sLocation(sLocation), m_eEncoding(eEncoding)
+    : m_bAutoFlush(bAutoFlush),
+      m_sLocation(sLocation),
+      m_eEncoding(eEncoding)
 {
     const SYSTEMTIME Now = LocalNow();
-    m_sPath = FormatText(L"%s%s-%04d-%02d-%02d [%02d-%02d-%02d].log", ResolveTraceFolder(m_sLocation, Now), sSubject, Now.wYear,
-                         Now.wMonth, Now.wDay, Now.wHour, Now.wMinute, Now.wSecond);
+    m_sPath = FormatText(L"%s%s-%04d-%02d-%02d [%02d-%02d-%02d].log", ResolveTraceFolder(m_sLocation, Now), sSubject,
+                         Now.wYear, Now.wMonth, Now.wDay, Now.wHour, Now.wMinute, Now.wSecond);
 }
 
 CFileIO::~CFileIO()

@@ -112,7 +112,8 @@ void CFunctionLog::Leave()
     const CLastErrorKeeper keeper;
     Quietly([&] {
         const std::wstring sFunction = Widen(m_sFunction);
-        WriteTrace(*m_pTrace, m_bHasResult ? FormatText(L"└ %s() : return 0x%08X [%d]", sFunction, m_hr, m_hr) : FormatText(L"└ %s()", sFunction));
+        WriteTrace(*m_pTrace, m_bHasResult ? FormatText(L"└ %s() : return 0x%08X [%d]", sFunction, m_hr, m_hr)
+                                           : FormatText(L"└ %s()", sFunction));
     });
     m_pTrace->Leave();
     m_pTrace->Release();

@@ -13,8 +13,8 @@
 //     }
 //
 // Run gives the body's result, or the code that was thrown in it; nothing else that a body throws is caught. Only the
-// log's own verbs throw, always an HRESULT, always a negative one: a code that is not negative becomes E_FAIL. A helper that works for one function takes its log,
-// so that the records carry that function's name.
+// log's own verbs throw, always an HRESULT, always a negative one: a code that is not negative becomes E_FAIL. A helper
+// that works for one function takes its log, so that the records carry that function's name.
 //
 // The scope lines stand in the trace, while Kelvarin.log.xml lets the class pass; the records stand in the error log
 // as well, always. Logging does not change the last error.
@@ -73,7 +73,10 @@ consteval std::string_view FunctionName(std::string_view sSignature)
 struct CFunctionName
 {
     std::string_view sName;
-    consteval CFunctionName(std::source_location where = std::source_location::current()) : sName(FunctionName(where.function_name())) {}
+    consteval CFunctionName(std::source_location where = std::source_location::current())
+        : sName(FunctionName(where.function_name()))
+    {
+    }
     consteval CFunctionName(const char* pName) : sName(pName) {}
 };
 
@@ -106,7 +109,8 @@ public:
         try
         {
             using BodyResult = std::invoke_result_t<const Body&>;
-            static_assert(std::is_void_v<BodyResult> || std::is_same_v<BodyResult, HRESULT>, "a body gives an HRESULT or nothing");
+            static_assert(std::is_void_v<BodyResult> || std::is_same_v<BodyResult, HRESULT>,
+                          "a body gives an HRESULT or nothing");
             if constexpr (std::is_void_v<BodyResult>)
             {
                 body();
@@ -148,13 +152,25 @@ public:
 
     // Records that end nothing. An assertion does not stop the program.
     template <typename... Args>
-    void Assert(CFormat<Args...> format, const Args&... args) const { Write(opLogSys::Marker::Assert, format, args...); }
+    void Assert(CFormat<Args...> format, const Args&... args) const
+    {
+        Write(opLogSys::Marker::Assert, format, args...);
+    }
     template <typename... Args>
-    void Warning(CFormat<Args...> format, const Args&... args) const { Write(opLogSys::Marker::Warning, format, args...); }
+    void Warning(CFormat<Args...> format, const Args&... args) const
+    {
+        Write(opLogSys::Marker::Warning, format, args...);
+    }
     template <typename... Args>
-    void Error(CFormat<Args...> format, const Args&... args) const { Write(opLogSys::Marker::Error, format, args...); }
+    void Error(CFormat<Args...> format, const Args&... args) const
+    {
+        Write(opLogSys::Marker::Error, format, args...);
+    }
     template <typename... Args>
-    void Judge(CFormat<Args...> format, const Args&... args) const { Write(opLogSys::Marker::Judge, format, args...); }
+    void Judge(CFormat<Args...> format, const Args&... args) const
+    {
+        Write(opLogSys::Marker::Judge, format, args...);
+    }
 
     // Records that throw hr afterwards. Fail is the form for an unexpected state ("assert"), Throw that for all else.
     template <typename... Args>
@@ -211,7 +227,8 @@ private:
     template <typename... Args>
     void Write(opLogSys::Marker eMarker, CFormat<Args...> format, const Args&... args) const
     {
-        opLogSys::WriteRecord({ format.Where.line(), format.Where.file_name(), m_sFunction, eMarker }, format.pText, format_detail::Pass(args)...);
+        opLogSys::WriteRecord({ format.Where.line(), format.Where.file_name(), m_sFunction, eMarker }, format.pText,
+                              format_detail::Pass(args)...);
     }
     void Enter();
     void Leave();

@@ -6,7 +6,8 @@
 void CLineWriter::OpenFile(const CFunctionLog& log, const std::wstring& sPath)
 {
     m_hFile.Close();
-    m_hFile.Attach(::CreateFileW(sPath.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    m_hFile.Attach(::CreateFileW(sPath.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                                 FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!m_hFile)
         log.ThrowCode(LastErrorResult(), L"CAtlFile::Create( \"%s\" ) failed. [0x%08X]", sPath);
 }

@@ -24,8 +24,9 @@ LONG CLog::Leave()
 
 void CLog::WriteAt(const SYSTEMTIME& rTime, const wchar_t* pText)
 {
-    std::wstring sPrefix = FormatText(L"[%08X][%04d/%02d/%02d(%02d:%02d:%02d.%03d)]", m_dwThreadId, rTime.wYear, rTime.wMonth,
-                                      rTime.wDay, rTime.wHour, rTime.wMinute, rTime.wSecond, rTime.wMilliseconds);
+    std::wstring sPrefix = FormatText(L"[%08X][%04d/%02d/%02d(%02d:%02d:%02d.%03d)]", m_dwThreadId, rTime.wYear,
+                                      rTime.wMonth, rTime.wDay, rTime.wHour, rTime.wMinute, rTime.wSecond,
+                                      rTime.wMilliseconds);
     // An outermost scope has depth 1 and shows no bar.
     sPrefix.append(static_cast<std::size_t>(std::clamp(m_nDepth - 1, 0L, MaxBars)), L'│');
     sPrefix.resize(std::min(sPrefix.size(), MaxPrefix));

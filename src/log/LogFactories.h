@@ -41,7 +41,11 @@ namespace File
 class COutputLogSystemFactory final : public CFactoryBase
 {
 public:
-    COutputLogSystemFactory(bool bAutoFlush, const std::wstring& sLocation) : m_bAutoFlush(bAutoFlush), m_sLocation(sLocation) {}
+    COutputLogSystemFactory(bool bAutoFlush, const std::wstring& sLocation)
+        : m_bAutoFlush(bAutoFlush),
+          m_sLocation(sLocation)
+    {
+    }
     ILogIO* CreateOutput(const std::wstring& sSubject, Encoding eEncoding) override;
 
 private:

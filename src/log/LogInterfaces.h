@@ -68,7 +68,11 @@ public:
 };
 
 // Text encodings of a log.
-enum class Encoding : DWORD { Ansi = 1, Utf8 = 2 };
+enum class Encoding : DWORD
+{
+    Ansi = 1,
+    Utf8 = 2
+};
 
 class IOutputLogSystemFactory : public IReference
 {

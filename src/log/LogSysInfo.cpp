@@ -64,7 +64,8 @@ void CLogSysInfo::COutputLogState::AddFilter(const std::wstring& sSubject, LONG 
 }
 
 CLogSysInfoFromXML::CLogSysInfoFromXML(const std::wstring& sFilePath)
-    : m_sFilePath(sFilePath), m_pInner(Common::CReference<CLogSysInfo>::Own(new CLogSysInfo))
+    : m_sFilePath(sFilePath),
+      m_pInner(Common::CReference<CLogSysInfo>::Own(new CLogSysInfo))
 {
     if (!FileExists(m_sFilePath))
         return;
@@ -100,7 +101,8 @@ void CLogSysInfoFromXML::ReadFactory(IXMLDOMNode* pNode)
     const std::wstring sClass = XmlAttributeText(pNode, L"class");
     const bool bKnown = XmlAttributeText(pNode, L"name") == L"IOutputLogSystemFactory";
     if (bKnown && sClass == L"opLogSys::File::COutputLogSystemFactory")
-        m_pInner->SetFactory(new File::COutputLogSystemFactory(XmlAttributeText(pNode, L"autoflush") == L"true", XmlAttributeText(pNode, L"location")));
+        m_pInner->SetFactory(new File::COutputLogSystemFactory(XmlAttributeText(pNode, L"autoflush") == L"true",
+                                                               XmlAttributeText(pNode, L"location")));
     else if (bKnown && sClass == L"opLogSys::Ods::COutputLogSystemFactory")
         m_pInner->SetFactory(new Ods::COutputLogSystemFactory);
     else
@@ -116,7 +118,8 @@ HRESULT CLogSysInfoFromXML::ReadFilter(IXMLDOMNode* pNode)
 {
     if (XmlNodeName(pNode) != L"FILTER")
         return E_FAIL;
-    m_pInner->State().AddFilter(XmlAttributeText(pNode, L"subject"), ::_wtoi(XmlAttributeText(pNode, L"minLevel").c_str()),
+    m_pInner->State().AddFilter(XmlAttributeText(pNode, L"subject"),
+                                ::_wtoi(XmlAttributeText(pNode, L"minLevel").c_str()),
                                 ::_wtoi(XmlAttributeText(pNode, L"maxLevel").c_str()));
     return S_OK;
 }

@@ -33,7 +33,8 @@ Common::CReference<ILog> CLogSystem::GetThreadLog()
     const Common::CLockScope lock(m_Lock);
     CSubject& rSubject = m_Subjects[m_Settings.sName];
     if (!rSubject.pOutput)
-        rSubject.pOutput = Common::CReference<ILogIO>::Own(m_pFactory->CreateOutput(m_Settings.sName, m_Settings.eEncoding));
+        rSubject.pOutput = Common::CReference<ILogIO>::Own(
+            m_pFactory->CreateOutput(m_Settings.sName, m_Settings.eEncoding));
 
     const DWORD dwThreadId = ::GetCurrentThreadId();
     Common::CReference<ILog>& rLog = rSubject.Logs[dwThreadId];
@@ -74,7 +75,8 @@ void CLogSystem::MakeErrorLog()
 bool CLogSystem::IntroduceProcess()
 {
     std::wstring sName = FormatText(L"OPLOGSYS_ERRORLOG:%08X:%s", ::GetCurrentProcessId(), m_Settings.sErrorLogPath);
-    std::ranges::replace_if(sName, [](wchar_t c) { return c == L'\\' || c == L':' || c == L'.'; }, L'_');
+    std::ranges::replace_if(
+        sName, [](wchar_t c) { return c == L'\\' || c == L':' || c == L'.'; }, L'_');
     m_hOnceMutex.Attach(::CreateMutexW(nullptr, FALSE, sName.c_str()));
     return ::GetLastError() != ERROR_ALREADY_EXISTS;
 }
@@ -85,7 +87,8 @@ void CLogSystem::WriteBanner(ILog& rErrorLog)
     const std::wstring sDashes(79, L'-');
     const std::wstring sPath = ModulePath();
     rErrorLog.WriteAt(Time, sDashes.c_str());
-    rErrorLog.WriteAt(Time, m_Settings.sTitle.empty() ? sPath.c_str() : FormatText(L"[%s] %s", m_Settings.sTitle, sPath).c_str());
+    rErrorLog.WriteAt(Time, m_Settings.sTitle.empty() ? sPath.c_str()
+                                                      : FormatText(L"[%s] %s", m_Settings.sTitle, sPath).c_str());
     rErrorLog.WriteAt(Time, sDashes.c_str());
 }
 

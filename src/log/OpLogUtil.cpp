@@ -75,13 +75,29 @@ bool COpLogUtil::COpLogImp::EnableBreak(const wchar_t* pValueName)
 {
     CRegKey reg;
     DWORD dwValue = 1;
-    const bool bRead = reg.Open(HKEY_LOCAL_MACHINE, m_pFacade->m_rConfig.GetRegistryPath(), KEY_READ) == ERROR_SUCCESS &&
+    const bool bRead = reg.Open(HKEY_LOCAL_MACHINE, m_pFacade->m_rConfig.GetRegistryPath(), KEY_READ) ==
+                           ERROR_SUCCESS &&
                        reg.QueryDwordValue(pValueName, dwValue) == ERROR_SUCCESS;
     return !bRead || dwValue != 0;
 }
 
-bool COpLogUtil::COpLogImp::EnableBreakForAssert() { return EnableBreak(L"EnableBreakForAssert"); }
-bool COpLogUtil::COpLogImp::EnableBreakForWarning() { return EnableBreak(L"EnableBreakForWarning"); }
-bool COpLogUtil::COpLogImp::EnableBreakForThrow() { return EnableBreak(L"EnableBreakForThrow"); }
-bool COpLogUtil::COpLogImp::EnableBreakForError() { return EnableBreak(L"EnableBreakForError"); }
-bool COpLogUtil::COpLogImp::EnableBreakForJudge() { return EnableBreak(L"EnableBreakForJudge"); }
+bool COpLogUtil::COpLogImp::EnableBreakForAssert()
+{
+    return EnableBreak(L"EnableBreakForAssert");
+}
+bool COpLogUtil::COpLogImp::EnableBreakForWarning()
+{
+    return EnableBreak(L"EnableBreakForWarning");
+}
+bool COpLogUtil::COpLogImp::EnableBreakForThrow()
+{
+    return EnableBreak(L"EnableBreakForThrow");
+}
+bool COpLogUtil::COpLogImp::EnableBreakForError()
+{
+    return EnableBreak(L"EnableBreakForError");
+}
+bool COpLogUtil::COpLogImp::EnableBreakForJudge()
+{
+    return EnableBreak(L"EnableBreakForJudge");
+}

@@ -20,7 +20,7 @@ public:
         virtual std::wstring GetName() = 0;
         virtual std::wstring GetXmlPath() = 0;
         virtual std::wstring GetErrorLogPath() = 0;
-        virtual DWORD GetErrorLogLimit() = 0; // bytes
+        virtual DWORD GetErrorLogLimit() = 0;       // bytes
         virtual std::wstring GetRegistryPath() = 0; // below HKEY_LOCAL_MACHINE
         virtual std::wstring GetTitle() = 0;
         virtual opLogSys::Encoding GetEncoding() = 0;

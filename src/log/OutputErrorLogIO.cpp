@@ -63,7 +63,8 @@ void CMutex::Unlock()
 
 COutputErrorLogIO::COutputErrorLogIO(const std::wstring& sPath, DWORD dwLimit, bool bTrim, Encoding eEncoding)
     : m_sPath(sPath),
-      m_pMutex(Common::CReference<Common::CMutex>::Own(new Common::CMutex(L"Global\\COutputErrorLogIO::" + BareName(sPath)))),
+      m_pMutex(Common::CReference<Common::CMutex>::Own(
+          new Common::CMutex(L"Global\\COutputErrorLogIO::" + BareName(sPath)))),
       m_dwLimit(dwLimit),
       m_bTrim(bTrim),
       m_eEncoding(eEncoding)
@@ -126,7 +127,8 @@ void COutputErrorLogIO::KeepAsBackup() const
     const std::wstring sBackup = m_sPath + L".bak";
     if (FileExists(sBackup))
     {
-        ::SetFileAttributesW(sBackup.c_str(), ::GetFileAttributesW(sBackup.c_str()) & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+        ::SetFileAttributesW(sBackup.c_str(),
+                             ::GetFileAttributesW(sBackup.c_str()) & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
         ::DeleteFileW(sBackup.c_str());
     }
     ::MoveFileW(m_sPath.c_str(), sBackup.c_str());

@@ -38,7 +38,8 @@ void CResultLog::WriteHeader()
 {
     const SYSTEMTIME Now = LocalNow();
     WriteLine(L"%s", Underscores);
-    WriteLine(L"[%04u/%02u/%02u %02u:%02u:%02u] Version %s", Now.wYear, Now.wMonth, Now.wDay, Now.wHour, Now.wMinute, Now.wSecond, ProgramVersion());
+    WriteLine(L"[%04u/%02u/%02u %02u:%02u:%02u] Version %s", Now.wYear, Now.wMonth, Now.wDay, Now.wHour, Now.wMinute,
+              Now.wSecond, ProgramVersion());
 }
 
 void CResultLog::WriteSectionHead(const std::wstring& sTitle)

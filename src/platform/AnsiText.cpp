@@ -7,7 +7,8 @@ std::string ToNarrow(std::wstring_view sText, UINT nCodePage)
     const auto nLength = static_cast<int>(sText.size());
     // No code page needs more than four bytes for a character, and a UTF-16 word is at most three in UTF-8.
     std::string sBytes(sText.size() * 4, '\0');
-    const int nBytes = ::WideCharToMultiByte(nCodePage, 0, sText.data(), nLength, sBytes.data(), static_cast<int>(sBytes.size()), nullptr, nullptr);
+    const int nBytes = ::WideCharToMultiByte(nCodePage, 0, sText.data(), nLength, sBytes.data(),
+                                             static_cast<int>(sBytes.size()), nullptr, nullptr);
     sBytes.resize(nBytes > 0 ? static_cast<std::size_t>(nBytes) : 0);
     return sBytes;
 }

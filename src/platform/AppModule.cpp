@@ -7,7 +7,8 @@ int CMessageLoop::Run()
     MSG Message{};
     for (;;)
     {
-        // In this order: a quit message that came before the answer must be taken here, or the next box would end by it.
+        // In this order: a quit message that came before the answer must be taken here, or the next box would end by
+        // it.
         if (m_fnIdleQuit && m_fnIdleQuit() && !::PeekMessageW(&Message, nullptr, 0, 0, PM_NOREMOVE))
             return 0;
         const BOOL bGot = ::GetMessageW(&Message, nullptr, 0, 0);

@@ -13,8 +13,8 @@ public:
     // Pumps until the quit message; gives its parameter.
     int Run();
 
-    // Asked before the loop waits. True ends it like a quit message, once the queue is empty: a modal loop of the system
-    // (a window that is dragged, a menu) swallows the quit message itself.
+    // Asked before the loop waits. True ends it like a quit message, once the queue is empty: a modal loop of the
+    // system (a window that is dragged, a menu) swallows the quit message itself.
     void SetIdleQuit(std::function<bool()> fnIdleQuit) { m_fnIdleQuit = std::move(fnIdleQuit); }
 
 private:

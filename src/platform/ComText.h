@@ -15,7 +15,8 @@ class CBstr
 public:
     CBstr() = default;
     // Throws std::bad_alloc when there is no memory.
-    explicit CBstr(std::wstring_view sText) : m_pText(::SysAllocStringLen(sText.data(), static_cast<UINT>(sText.size())))
+    explicit CBstr(std::wstring_view sText)
+        : m_pText(::SysAllocStringLen(sText.data(), static_cast<UINT>(sText.size())))
     {
         if (m_pText == nullptr)
             throw std::bad_alloc();
@@ -61,7 +62,12 @@ public:
         return &m_Value;
     }
     bool IsText() const { return m_Value.vt == VT_BSTR; }
-    std::wstring Text() const { return IsText() ? std::wstring(m_Value.bstrVal != nullptr ? m_Value.bstrVal : L"", ::SysStringLen(m_Value.bstrVal)) : std::wstring(); }
+    std::wstring Text() const
+    {
+        return IsText()
+                   ? std::wstring(m_Value.bstrVal != nullptr ? m_Value.bstrVal : L"", ::SysStringLen(m_Value.bstrVal))
+                   : std::wstring();
+    }
 
 private:
     VARIANT m_Value;

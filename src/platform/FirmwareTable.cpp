@@ -36,7 +36,10 @@ public:
 
     std::size_t Size() const { return m_nSize; }
     // Texts are numbered from 1; 0 is none.
-    std::wstring Text(std::size_t nNumber) const { return nNumber == 0 || nNumber > m_Texts.size() ? std::wstring() : m_Texts[nNumber - 1]; }
+    std::wstring Text(std::size_t nNumber) const
+    {
+        return nNumber == 0 || nNumber > m_Texts.size() ? std::wstring() : m_Texts[nNumber - 1];
+    }
 
 private:
     std::vector<std::wstring> m_Texts;
@@ -56,7 +59,9 @@ CComputerIdentity ParseFirmwareTable(std::span<const BYTE> Table)
         const CTexts texts(Rest.subspan(nLength));
         if (Rest[0] == TypeSystem)
         {
-            const auto TextAt = [&](std::size_t nOffset) { return nOffset < nLength ? texts.Text(Rest[nOffset]) : std::wstring(); };
+            const auto TextAt = [&](std::size_t nOffset) {
+                return nOffset < nLength ? texts.Text(Rest[nOffset]) : std::wstring();
+            };
             return { TextAt(ManufacturerAt), TextAt(ProductAt), TextAt(SerialAt) };
         }
         Rest = Rest.subspan(nLength + texts.Size());

@@ -20,7 +20,16 @@
 namespace format_detail
 {
 
-enum class Kind { Other, Int32, Int64, Double, Wide, Narrow, Pointer };
+enum class Kind
+{
+    Other,
+    Int32,
+    Int64,
+    Double,
+    Wide,
+    Narrow,
+    Pointer
+};
 
 template <typename T>
 consteval Kind KindOf()
@@ -59,13 +68,17 @@ consteval Kind WantedKind(std::wstring_view sFormat, std::size_t& nAt)
     nAt += b64 ? 3 : (bLong || bHalf) ? 1 : 0;
     switch (nAt < sFormat.size() ? sFormat[nAt] : L'\0')
     {
-    case L'd': case L'u': case L'x': case L'X':
+    case L'd':
+    case L'u':
+    case L'x':
+    case L'X':
         return b64 ? Kind::Int64 : Kind::Int32;
     case L's':
         return bHalf ? Kind::Narrow : Kind::Wide;
     case L'c':
         return Kind::Int32;
-    case L'f': case L'g':
+    case L'f':
+    case L'g':
         return Kind::Double;
     case L'p':
         return Kind::Pointer;
@@ -96,13 +109,24 @@ consteval void Check(std::wstring_view sFormat)
         format_has_fewer_conversions_than_arguments();
 }
 
-inline const wchar_t* Pass(const std::wstring& sText) { return sText.c_str(); }
-inline const wchar_t* Pass(const wchar_t* pText) { return pText != nullptr ? pText : L"(null)"; }
-inline const void* Pass(const void* pValue) { return pValue; }
-inline const char* Pass(const char* pText) { return pText != nullptr ? pText : "(null)"; }
+inline const wchar_t* Pass(const std::wstring& sText)
+{
+    return sText.c_str();
+}
+inline const wchar_t* Pass(const wchar_t* pText)
+{
+    return pText != nullptr ? pText : L"(null)";
+}
+inline const void* Pass(const void* pValue)
+{
+    return pValue;
+}
+inline const char* Pass(const char* pText)
+{
+    return pText != nullptr ? pText : "(null)";
+}
 template <typename T>
-    requires(!std::is_array_v<T> && !std::is_pointer_v<T>)
-constexpr auto Pass(const T& value)
+requires(!std::is_array_v<T> && !std::is_pointer_v<T>) constexpr auto Pass(const T& value)
 {
     // The compiler promotes a small integer, but not a small scoped enumeration.
     if constexpr (std::is_enum_v<T>)
@@ -122,12 +146,17 @@ struct CFormatT
 
     template <std::size_t N>
     consteval CFormatT(const wchar_t (&aText)[N], std::source_location where = std::source_location::current())
-        : pText(aText), Where(where)
+        : pText(aText),
+          Where(where)
     {
         format_detail::Check<std::remove_cvref_t<Args>...>({ aText, N - 1 });
     }
     // No text at all, for what tells a missing text from an empty one.
-    consteval CFormatT(std::nullptr_t, std::source_location where = std::source_location::current()) : pText(nullptr), Where(where) {}
+    consteval CFormatT(std::nullptr_t, std::source_location where = std::source_location::current())
+        : pText(nullptr),
+          Where(where)
+    {
+    }
 };
 template <typename... Args>
 using CFormat = CFormatT<std::type_identity_t<Args>...>;

@@ -10,7 +10,13 @@
 class CModuleVersion
 {
 public:
-    enum class Kind { None, Init, Module, Device };
+    enum class Kind
+    {
+        None,
+        Init,
+        Module,
+        Device
+    };
 
     // By the path as it stands: the two whole names match a bare name only, so a full path that ends in "INIT.TVM" is
     // an ordinary module, and one that ends in "DEVICE.TVL" is none at all.

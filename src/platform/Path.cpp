@@ -11,7 +11,8 @@ std::wstring JoinPath(const std::wstring& sDirPath, const std::wstring& sName)
         return sDirPath;
     // As the shell has it: leading backslashes go, but for a path of another computer.
     if (sDirPath.empty())
-        return sName.starts_with(L"\\\\") ? sName : sName.substr(std::min(sName.find_first_not_of(L'\\'), sName.size()));
+        return sName.starts_with(L"\\\\") ? sName
+                                          : sName.substr(std::min(sName.find_first_not_of(L'\\'), sName.size()));
     // PathAppendW empties its buffer when the result would not fit.
     wchar_t aPath[MAX_PATH];
     if (sDirPath.size() < MAX_PATH)

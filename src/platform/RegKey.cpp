@@ -10,7 +10,8 @@ DWORD CRegKey::QueryStringValue(const wchar_t* pName, std::wstring& sValue, DWOR
     std::wstring sData(nCapacity, L'\0');
     DWORD dwType = REG_NONE;
     DWORD dwBytes = nCapacity * sizeof(wchar_t);
-    const auto dwStatus = static_cast<DWORD>(::RegQueryValueExW(m_hKey.Get(), pName, nullptr, &dwType, reinterpret_cast<BYTE*>(sData.data()), &dwBytes));
+    const auto dwStatus = static_cast<DWORD>(
+        ::RegQueryValueExW(m_hKey.Get(), pName, nullptr, &dwType, reinterpret_cast<BYTE*>(sData.data()), &dwBytes));
     if (dwStatus != ERROR_SUCCESS)
         return dwStatus;
     if (dwType != REG_SZ && dwType != REG_EXPAND_SZ)
@@ -28,7 +29,8 @@ DWORD CRegKey::QueryDwordValue(const wchar_t* pName, DWORD& rdwValue) const
     DWORD dwType = REG_NONE;
     DWORD dwValue = 0;
     DWORD dwBytes = sizeof dwValue;
-    const auto dwStatus = static_cast<DWORD>(::RegQueryValueExW(m_hKey.Get(), pName, nullptr, &dwType, reinterpret_cast<BYTE*>(&dwValue), &dwBytes));
+    const auto dwStatus = static_cast<DWORD>(
+        ::RegQueryValueExW(m_hKey.Get(), pName, nullptr, &dwType, reinterpret_cast<BYTE*>(&dwValue), &dwBytes));
     if (dwStatus != ERROR_SUCCESS)
         return dwStatus;
     if (dwType != REG_DWORD || dwBytes != sizeof dwValue)

@@ -22,7 +22,8 @@ struct CSid
     bool bValid;
 };
 
-constexpr std::array SupportUsers{ WinAuthenticatedUserSid, WinLocalSystemSid, WinBuiltinAdministratorsSid, WinBuiltinUsersSid };
+constexpr std::array SupportUsers{ WinAuthenticatedUserSid, WinLocalSystemSid, WinBuiltinAdministratorsSid,
+                                   WinBuiltinUsersSid };
 
 } // namespace
 
@@ -40,7 +41,8 @@ SECURITY_ATTRIBUTES* CEverybodyDescriptor::Attributes(BOOL bInherit)
 
 CSupportUsersDescriptor::CSupportUsersDescriptor()
 {
-    std::array<CSid, SupportUsers.size()> aSids{ CSid(SupportUsers[0]), CSid(SupportUsers[1]), CSid(SupportUsers[2]), CSid(SupportUsers[3]) };
+    std::array<CSid, SupportUsers.size()> aSids{ CSid(SupportUsers[0]), CSid(SupportUsers[1]), CSid(SupportUsers[2]),
+                                                 CSid(SupportUsers[3]) };
     std::array<EXPLICIT_ACCESSW, SupportUsers.size()> aAccess{};
     for (std::size_t n = 0; n < aSids.size(); ++n)
     {

@@ -62,7 +62,8 @@ public:
     {
         if (m_dwSize < nOffset)
             return {};
-        return { reinterpret_cast<const Row*>(m_pData.get() + nOffset), std::min<std::size_t>(nCount, (m_dwSize - nOffset) / sizeof(Row)) };
+        return { reinterpret_cast<const Row*>(m_pData.get() + nOffset),
+                 std::min<std::size_t>(nCount, (m_dwSize - nOffset) / sizeof(Row)) };
     }
 
 private:

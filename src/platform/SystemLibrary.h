@@ -20,6 +20,7 @@
 template <typename Function>
 bool BindFunction(const CModuleHandle& hModule, const char* pName, Function*& rpFunction)
 {
-    rpFunction = hModule ? reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(hModule.Get(), pName))) : nullptr;
+    rpFunction = hModule ? reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(hModule.Get(), pName)))
+                         : nullptr;
     return rpFunction != nullptr;
 }

@@ -17,7 +17,8 @@ inline bool EqualsNoCase(const std::wstring& sLeft, const std::wstring& sRight)
 }
 inline bool EndsWithNoCase(const std::wstring& sText, std::wstring_view sEnd)
 {
-    return sText.size() >= sEnd.size() && ::_wcsnicmp(sText.c_str() + (sText.size() - sEnd.size()), sEnd.data(), sEnd.size()) == 0;
+    return sText.size() >= sEnd.size() &&
+           ::_wcsnicmp(sText.c_str() + (sText.size() - sEnd.size()), sEnd.data(), sEnd.size()) == 0;
 }
 
 // Replaces every occurrence in one pass from the left; what a replacement brings in is not looked at again.

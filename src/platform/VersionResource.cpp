@@ -70,12 +70,14 @@ std::optional<CVersionResource::CTranslation> CVersionResource::Translation() co
 std::optional<std::wstring> CVersionResource::String(CTranslation translation, const wchar_t* pKey) const
 {
     UINT nLength = 0;
-    const std::wstring sQuery = FormatText(L"\\StringFileInfo\\%04x%04x\\%s", translation.wLanguage, translation.wCodePage, pKey);
+    const std::wstring sQuery = FormatText(L"\\StringFileInfo\\%04x%04x\\%s", translation.wLanguage,
+                                           translation.wCodePage, pKey);
     const void* const pValue = Part(m_Data, sQuery.c_str(), nLength);
     if (pValue == nullptr || nLength == 0)
         return std::nullopt;
     // The length counts the terminator, and a damaged resource may count more than it holds.
-    const auto nHeld = static_cast<std::size_t>(m_Data.data() + m_Data.size() - static_cast<const BYTE*>(pValue)) / sizeof(wchar_t);
+    const auto nHeld = static_cast<std::size_t>(m_Data.data() + m_Data.size() - static_cast<const BYTE*>(pValue)) /
+                       sizeof(wchar_t);
     const std::wstring_view sText(static_cast<const wchar_t*>(pValue), std::min<std::size_t>(nLength, nHeld));
     return std::wstring(sText.substr(0, sText.find(L'\0')));
 }
@@ -90,5 +92,6 @@ std::wstring CVersionResource::FileVersionText() const
 
 std::wstring FixedVersionText(CVersionResource::CFixed version)
 {
-    return FormatText(L"%d.%d.%d.%d", HIWORD(version.dwMS), LOWORD(version.dwMS), HIWORD(version.dwLS), LOWORD(version.dwLS));
+    return FormatText(L"%d.%d.%d.%d", HIWORD(version.dwMS), LOWORD(version.dwMS), HIWORD(version.dwLS),
+                      LOWORD(version.dwLS));
 }

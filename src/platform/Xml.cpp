@@ -33,7 +33,8 @@ std::wstring LoadText(const std::wstring& sPath)
 
 HRESULT CreateXmlDocument(DWORD dwContext, ComPtr<IXMLDOMDocument>& rpDocument)
 {
-    return ::CoCreateInstance(ClsidDomDocument, nullptr, dwContext, __uuidof(IXMLDOMDocument), reinterpret_cast<void**>(rpDocument.ReleaseAndGetAddressOf()));
+    return ::CoCreateInstance(ClsidDomDocument, nullptr, dwContext, __uuidof(IXMLDOMDocument),
+                              reinterpret_cast<void**>(rpDocument.ReleaseAndGetAddressOf()));
 }
 
 HRESULT LoadXmlFile(IXMLDOMDocument* pDocument, const std::wstring& sPath, VARIANT_BOOL& rbLoaded)

@@ -89,7 +89,8 @@ HRESULT CSptIoCtl::StdOpenDrive(BYTE nDriveIndex, HANDLE* phDevice)
         if (phDevice == nullptr)
             log.Fail(E_POINTER, L"pHandle == NULL");
         const std::wstring sPath = FormatText(L"\\\\.\\%c:", DriveLetter(nDriveIndex));
-        const HANDLE hDevice = ::CreateFileW(sPath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+        const HANDLE hDevice = ::CreateFileW(sPath.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                             FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                                              FILE_FLAG_WRITE_THROUGH, nullptr);
         if (hDevice == INVALID_HANDLE_VALUE)
             log.ThrowCode(LastErrorResult(), L"::CreateFile( \"%s\" ) failed. [0x%08X]", sPath);
@@ -105,7 +106,8 @@ HRESULT STDMETHODCALLTYPE CSptIoCtl::Open(BYTE nDriveIndex)
         if (m_hDevice)
             log.Fail(E_FAIL, L"A drive (C:) has benn already opened.");
         HANDLE hDevice = INVALID_HANDLE_VALUE;
-        log.Check(m_pOpenDriveFunc(nDriveIndex, &hDevice), L"m_pOpenDriveFunc( %c: ) failed. [0x%08X]", DriveLetter(nDriveIndex));
+        log.Check(m_pOpenDriveFunc(nDriveIndex, &hDevice), L"m_pOpenDriveFunc( %c: ) failed. [0x%08X]",
+                  DriveLetter(nDriveIndex));
         m_hDevice.Attach(hDevice);
         m_sDevicePath = FormatText(L"\\\\.\\%c:", DriveLetter(nDriveIndex));
         m_nDriveIndex = nDriveIndex;
@@ -136,55 +138,65 @@ HRESULT STDMETHODCALLTYPE CSptIoCtl::GetDriveIndex(BYTE* pnDriveIndex)
     });
 }
 
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
+                                                   BYTE* pASCQ)
 {
     CFunctionLog log;
     return log.Run([&] {
-        return SendScsiCommand({ nCdbSize, pCdb, SCSI_IOCTL_DATA_UNSPECIFIED, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
+        return SendScsiCommand(
+            { nCdbSize, pCdb, SCSI_IOCTL_DATA_UNSPECIFIED, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
     });
 }
 
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
+                                                         BYTE* pASCQ)
 {
     CFunctionLog log;
     return log.Run([&] {
-        return SendScsiCommandDirect({ nCdbSize, pCdb, SCSI_IOCTL_DATA_UNSPECIFIED, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
+        return SendScsiCommandDirect(
+            { nCdbSize, pCdb, SCSI_IOCTL_DATA_UNSPECIFIED, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
     });
 }
 
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                   BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                                   DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
 {
     CFunctionLog log;
     return log.Run([&] {
-        return SendScsiCommand({ nCdbSize, pCdb, SCSI_IOCTL_DATA_IN, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
+        return SendScsiCommand(
+            { nCdbSize, pCdb, SCSI_IOCTL_DATA_IN, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
     });
 }
 
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                         BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                                         DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC,
+                                                         BYTE* pASCQ)
 {
     CFunctionLog log;
     return log.Run([&] {
-        return SendScsiCommandDirect({ nCdbSize, pCdb, SCSI_IOCTL_DATA_IN, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
+        return SendScsiCommandDirect(
+            { nCdbSize, pCdb, SCSI_IOCTL_DATA_IN, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
     });
 }
 
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                    BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                                    DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
 {
     CFunctionLog log;
     return log.Run([&] {
-        return SendScsiCommand({ nCdbSize, pCdb, SCSI_IOCTL_DATA_OUT, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
+        return SendScsiCommand(
+            { nCdbSize, pCdb, SCSI_IOCTL_DATA_OUT, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
     });
 }
 
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                          BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
+HRESULT STDMETHODCALLTYPE CSptIoCtl::SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize,
+                                                          BYTE* pData, DWORD* pdwTransferred, BYTE* pSenseKey,
+                                                          BYTE* pASC, BYTE* pASCQ)
 {
     CFunctionLog log;
     return log.Run([&] {
-        return SendScsiCommandDirect({ nCdbSize, pCdb, SCSI_IOCTL_DATA_OUT, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
+        return SendScsiCommandDirect(
+            { nCdbSize, pCdb, SCSI_IOCTL_DATA_OUT, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
     });
 }
 
@@ -225,13 +237,15 @@ HRESULT CSptIoCtl::SendScsiCommand(const CCommand& rCommand)
 
         const auto dwBlock = static_cast<DWORD>(Block.size());
         DWORD dwReturned = 0;
-        const BOOL bSucceeded = ::DeviceIoControl(m_hDevice.Get(), IOCTL_SCSI_PASS_THROUGH, Block.data(), dwBlock, Block.data(), dwBlock, &dwReturned, nullptr);
+        const BOOL bSucceeded = ::DeviceIoControl(m_hDevice.Get(), IOCTL_SCSI_PASS_THROUGH, Block.data(), dwBlock,
+                                                  Block.data(), dwBlock, &dwReturned, nullptr);
         const DWORD dwError = ::GetLastError();
         TraceRequest(log, { rCommand, m_sDevicePath, m_nTimeOut }, record, bSucceeded != FALSE, dwError, dwReturned);
         if (!bSucceeded)
             log.ThrowCode(HResultFromWin32(dwError),
-                          L"::DeviceIoControl( \"%s\", IOCTL_SCSI_PASS_THROUGH, OPCODE:0x%02X, IO:0x%02X, DATA:%d, TIMEOUT:%d ) failed. [0x%08X]", m_sDevicePath,
-                          rCommand.pCdb[0], rCommand.nDirection, rCommand.dwDataSize, m_nTimeOut);
+                          L"::DeviceIoControl( \"%s\", IOCTL_SCSI_PASS_THROUGH, OPCODE:0x%02X, IO:0x%02X, DATA:%d, "
+                          L"TIMEOUT:%d ) failed. [0x%08X]",
+                          m_sDevicePath, rCommand.pCdb[0], rCommand.nDirection, rCommand.dwDataSize, m_nTimeOut);
         JudgeCommand(log, rCommand, record, false);
         if (rCommand.nDirection == SCSI_IOCTL_DATA_IN)
             CopyDataIn(rCommand, record);
@@ -250,13 +264,14 @@ HRESULT CSptIoCtl::SendScsiCommandDirect(const CCommand& rCommand)
         record.Fill(rCommand, m_nTimeOut, static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(rCommand.pData)));
 
         DWORD dwReturned = 0;
-        const BOOL bSucceeded = ::DeviceIoControl(m_hDevice.Get(), IOCTL_SCSI_PASS_THROUGH_DIRECT, aBlock.data(), aBlock.size(), aBlock.data(), aBlock.size(),
-                                                  &dwReturned, nullptr);
+        const BOOL bSucceeded = ::DeviceIoControl(m_hDevice.Get(), IOCTL_SCSI_PASS_THROUGH_DIRECT, aBlock.data(),
+                                                  aBlock.size(), aBlock.data(), aBlock.size(), &dwReturned, nullptr);
         const DWORD dwError = ::GetLastError();
         TraceRequest(log, { rCommand, m_sDevicePath, m_nTimeOut }, record, bSucceeded != FALSE, dwError, dwReturned);
         if (!bSucceeded)
             log.ThrowCode(HResultFromWin32(dwError),
-                          L"::DeviceIoControl( \"%s\", IOCTL_SCSI_PASS_THROUGH_DIRECT, OPCODE:0x%02X, IO:0x%02X, DATA:%d, TIMEOUT:%d ) failed. [0x%08X]",
+                          L"::DeviceIoControl( \"%s\", IOCTL_SCSI_PASS_THROUGH_DIRECT, OPCODE:0x%02X, IO:0x%02X, "
+                          L"DATA:%d, TIMEOUT:%d ) failed. [0x%08X]",
                           m_sDevicePath, rCommand.pCdb[0], rCommand.nDirection, rCommand.dwDataSize, m_nTimeOut);
         JudgeCommand(log, rCommand, record, true);
         if (rCommand.pdwTransferred != nullptr)

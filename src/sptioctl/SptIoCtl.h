@@ -30,16 +30,22 @@ struct ISptIoCtl : IUnknown
     virtual HRESULT STDMETHODCALLTYPE Close() = 0;
     virtual HRESULT STDMETHODCALLTYPE GetDriveIndex(BYTE* pnDriveIndex) = 0;
     // A command descriptor block of 1 to 16 bytes; the direct forms move the data in the caller's own buffer.
-    virtual HRESULT STDMETHODCALLTYPE SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) = 0;
-    virtual HRESULT STDMETHODCALLTYPE SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) = 0;
-    virtual HRESULT STDMETHODCALLTYPE SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                    BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) = 0;
-    virtual HRESULT STDMETHODCALLTYPE SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                          BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) = 0;
-    virtual HRESULT STDMETHODCALLTYPE SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                     BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) = 0;
-    virtual HRESULT STDMETHODCALLTYPE SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                           BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
+                                                    BYTE* pASCQ) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
+                                                          BYTE* pASCQ) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                                    DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC,
+                                                    BYTE* pASCQ) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize,
+                                                          BYTE* pData, DWORD* pdwTransferred, BYTE* pSenseKey,
+                                                          BYTE* pASC, BYTE* pASCQ) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                                     DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC,
+                                                     BYTE* pASCQ) = 0;
+    virtual HRESULT STDMETHODCALLTYPE SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize,
+                                                           BYTE* pData, DWORD* pdwTransferred, BYTE* pSenseKey,
+                                                           BYTE* pASC, BYTE* pASCQ) = 0;
     // The one property is 0, the time-out in seconds, an unsigned int. A new one holds for the commands after it.
     virtual HRESULT STDMETHODCALLTYPE GetProperty(DWORD dwId, COpdSafeTypeValue& rValue) = 0;
     virtual HRESULT STDMETHODCALLTYPE SetProperty(DWORD dwId, COpdSafeTypeValue& rValue) = 0;
@@ -71,16 +77,20 @@ public:
     HRESULT STDMETHODCALLTYPE Open(BYTE nDriveIndex) override;
     HRESULT STDMETHODCALLTYPE Close() override;
     HRESULT STDMETHODCALLTYPE GetDriveIndex(BYTE* pnDriveIndex) override;
-    HRESULT STDMETHODCALLTYPE SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                            BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                  BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                             BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                   BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
+                                            BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
+                                                  BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                            DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                                  DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC,
+                                                  BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                             DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                                   DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC,
+                                                   BYTE* pASCQ) override;
     HRESULT STDMETHODCALLTYPE GetProperty(DWORD dwId, COpdSafeTypeValue& rValue) override;
     HRESULT STDMETHODCALLTYPE SetProperty(DWORD dwId, COpdSafeTypeValue& rValue) override;
 

@@ -24,28 +24,40 @@ public:
     HRESULT STDMETHODCALLTYPE Open(BYTE nDriveIndex) override;
     HRESULT STDMETHODCALLTYPE Close() override;
     HRESULT STDMETHODCALLTYPE GetDriveIndex(BYTE* pnDriveIndex) override;
-    HRESULT STDMETHODCALLTYPE SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                            BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                  BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                             BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
-    HRESULT STDMETHODCALLTYPE SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData, DWORD* pdwTransferred,
-                                                   BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
+                                            BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
+                                                  BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                            DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                                  DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC,
+                                                  BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                             DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ) override;
+    HRESULT STDMETHODCALLTYPE SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
+                                                   DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC,
+                                                   BYTE* pASCQ) override;
     HRESULT STDMETHODCALLTYPE GetProperty(DWORD dwId, COpdSafeTypeValue& rValue) override;
     HRESULT STDMETHODCALLTYPE SetProperty(DWORD dwId, COpdSafeTypeValue& rValue) override;
 
 private:
     // The digit pair behind the sequence number in a record's name.
-    enum class Record { Cdb = 0, Status = 1, DataIn = 2, DataOut = 3 };
+    enum class Record
+    {
+        Cdb = 0,
+        Status = 1,
+        DataIn = 2,
+        DataOut = 3
+    };
     using SendNoData = HRESULT (STDMETHODCALLTYPE ISptIoCtl::*)(BYTE, const BYTE*, BYTE*, BYTE*, BYTE*);
-    using SendData = HRESULT (STDMETHODCALLTYPE ISptIoCtl::*)(BYTE, const BYTE*, DWORD, BYTE*, DWORD*, BYTE*, BYTE*, BYTE*);
+    using SendData = HRESULT (STDMETHODCALLTYPE ISptIoCtl::*)(BYTE, const BYTE*, DWORD, BYTE*, DWORD*, BYTE*, BYTE*,
+                                                              BYTE*);
 
     ISptIoCtl& Wrapped(const CFunctionLog& log) const;
     HRESULT ForwardNoData(CFunctionLog& log, SendNoData pSend, const wchar_t* pName, const CCommand& rCommand);
-    HRESULT ForwardData(CFunctionLog& log, SendData pSend, const wchar_t* pName, Record eRecord, const CCommand& rCommand);
+    HRESULT ForwardData(CFunctionLog& log, SendData pSend, const wchar_t* pName, Record eRecord,
+                        const CCommand& rCommand);
     void RecordCdb(const CCommand& rCommand);
     void RecordResult(Record eRecord, const CCommand& rCommand);
     void WriteRecord(const std::wstring& sTail, const BYTE* pData, DWORD dwSize);

@@ -24,6 +24,7 @@ constexpr CNameRow<BYTE> StatusLines[] = {
     { 0x40, L"Status: [40h] TASK ABORTED" },
 };
 
+// clang-format off
 constexpr CNameRow<BYTE> SenseKeyLines[] = {
     { 0x0, L"SenseKey: [0h] NO SENSE" },
     { 0x1, L"SenseKey: [1h] RECOVERED ERROR" },
@@ -42,6 +43,7 @@ constexpr CNameRow<BYTE> SenseKeyLines[] = {
     { 0xE, L"SenseKey: [Eh] MISCOMPARE" },
     { 0xF, L"SenseKey: [Fh] Reserved" },
 };
+// clang-format on
 
 bool IsMediumNotPresent(const CWireRecord& rRecord)
 {
@@ -50,7 +52,8 @@ bool IsMediumNotPresent(const CWireRecord& rRecord)
 
 } // namespace
 
-void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord& rRecord, bool bSucceeded, DWORD dwError, DWORD dwReturned)
+void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord& rRecord, bool bSucceeded,
+                  DWORD dwError, DWORD dwReturned)
 {
     if (!log.IsActive() || !CFunctionLog::IsTarget(L"CSptIoCtl", WireLevel))
         return;
@@ -67,7 +70,8 @@ void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord
     log.Trace(L"  Time Out:    %d [sec]", rSent.dwTimeOut);
     log.Trace(L"  Returned:    %d [byte]", dwReturned);
     const wchar_t* const pStatus = NameOf(StatusLines, rRecord.ScsiStatus(), nullptr);
-    log.Trace(L"%s", pStatus != nullptr ? std::wstring(pStatus) : FormatText(L"Status: [%08Xh] Reserved", rRecord.ScsiStatus()));
+    log.Trace(L"%s", pStatus != nullptr ? std::wstring(pStatus)
+                                        : FormatText(L"Status: [%08Xh] Reserved", rRecord.ScsiStatus()));
     log.Trace(L"%s", NameOf(SenseKeyLines, rRecord.SenseKey(), L"SenseKey: Unknown"));
 }
 
@@ -75,7 +79,8 @@ void JudgeCommand(const CFunctionLog& log, const CCommand& rCommand, const CWire
 {
     const BYTE nStatus = rRecord.ScsiStatus();
     const BYTE nKey = rRecord.SenseKey();
-    log.Trace(L"Status:%d Length:%d / SenseKey:0x%02X ASC:0x%02X ASCQ:0x%02X", nStatus, rRecord.SenseLength(), nKey, rRecord.ASC(), rRecord.ASCQ());
+    log.Trace(L"Status:%d Length:%d / SenseKey:0x%02X ASC:0x%02X ASCQ:0x%02X", nStatus, rRecord.SenseLength(), nKey,
+              rRecord.ASC(), rRecord.ASCQ());
     *rCommand.sense.pSenseKey = nKey;
     *rCommand.sense.pASC = rRecord.ASC();
     *rCommand.sense.pASCQ = rRecord.ASCQ();
@@ -85,14 +90,16 @@ void JudgeCommand(const CFunctionLog& log, const CCommand& rCommand, const CWire
     if (nKey == 0)
     {
         if (nStatus != 0)
-            log.Fail(E_UNEXPECTED, Line, rCommand.nCdbSize, rCommand.pCdb[0], nStatus, rRecord.SenseLength(), nKey, rRecord.ASC(), rRecord.ASCQ());
+            log.Fail(E_UNEXPECTED, Line, rCommand.nCdbSize, rCommand.pCdb[0], nStatus, rRecord.SenseLength(), nKey,
+                     rRecord.ASC(), rRecord.ASCQ());
         return;
     }
     // A drive without a medium is no event on the buffered road; on the direct one the test stands the other way round,
     // and logs in the field are read by that.
     const bool bSilent = nKey == 2 && IsMediumNotPresent(rRecord) != bDirect;
     if (!bSilent)
-        log.Error(Line, rCommand.nCdbSize, rCommand.pCdb[0], nStatus, rRecord.SenseLength(), nKey, rRecord.ASC(), rRecord.ASCQ());
+        log.Error(Line, rCommand.nCdbSize, rCommand.pCdb[0], nStatus, rRecord.SenseLength(), nKey, rRecord.ASC(),
+                  rRecord.ASCQ());
 }
 
 } // namespace sptioctl

@@ -17,7 +17,8 @@ struct CSent
 };
 
 // The group of lines of one request, where the filter lets the class pass at the level of the wire.
-void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord& rRecord, bool bSucceeded, DWORD dwError, DWORD dwReturned);
+void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord& rRecord, bool bSucceeded,
+                  DWORD dwError, DWORD dwReturned);
 
 // Hands out the sense triple and judges the command. Throws E_UNEXPECTED for a bad status without a sense key; whatever
 // else there is to say goes to the log, and the command counts as finished.

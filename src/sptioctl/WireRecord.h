@@ -43,7 +43,10 @@ private:
         std::memcpy(&dwValue, m_Bytes.data() + nOffset, sizeof dwValue);
         return dwValue;
     }
-    void PutDword(std::size_t nOffset, DWORD dwValue) { std::memcpy(m_Bytes.data() + nOffset, &dwValue, sizeof dwValue); }
+    void PutDword(std::size_t nOffset, DWORD dwValue)
+    {
+        std::memcpy(m_Bytes.data() + nOffset, &dwValue, sizeof dwValue);
+    }
 
     std::span<BYTE> m_Bytes;
 };

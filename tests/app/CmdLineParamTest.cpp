@@ -22,9 +22,9 @@ CCmdLineParam Parsed(std::vector<const wchar_t*> Arguments)
 
 std::string Described(const CCmdLineParam& rParam)
 {
-    return Utf8(FormatText(L"%u%s%s out=%s repository=%s nuvex=%s registry=%s", rParam.m_nExecMode, rParam.m_bSilent ? L" s" : L"",
-                           rParam.m_bSxS ? L" x" : L"", rParam.GetOutDirPath(), rParam.GetRepositoryDirPath(), rParam.GetNuvexDirPath(),
-                           rParam.GetRegistryPath()));
+    return Utf8(FormatText(L"%u%s%s out=%s repository=%s nuvex=%s registry=%s", rParam.m_nExecMode,
+                           rParam.m_bSilent ? L" s" : L"", rParam.m_bSxS ? L" x" : L"", rParam.GetOutDirPath(),
+                           rParam.GetRepositoryDirPath(), rParam.GetNuvexDirPath(), rParam.GetRegistryPath()));
 }
 
 std::wstring g_sDesktop;
@@ -47,6 +47,7 @@ void WINAPI FakeLocalTime(SYSTEMTIME* pTime)
 TEST(CmdLineParam, ReadsEverySwitchAndIgnoresTheRest)
 {
     const std::string sNone = " out= repository= nuvex= registry=";
+    // clang-format off
     const std::pair<std::vector<const wchar_t*>, std::string> aCases[] = {
         { {}, "0" + sNone },
         { { L"-s" }, "0 s" + sNone },
@@ -69,6 +70,7 @@ TEST(CmdLineParam, ReadsEverySwitchAndIgnoresTheRest)
         { { L"-create-hwinfo2", L"-collect:nothing" }, "12" + sNone },
         { { L"-create:hwinfo", L"-collect:log" }, "9" + sNone },
     };
+    // clang-format on
     for (const auto& [Arguments, sExpected] : aCases)
         EXPECT_EQ(Described(Parsed(Arguments)), sExpected) << (Arguments.empty() ? "" : Utf8(Arguments[0]));
 }
@@ -86,7 +88,8 @@ TEST(CmdLineParam, KeepsToOneDatedFolderOnTheDesktop)
     EXPECT_EQ(sResult, sLog + L"\\Log");
     EXPECT_TRUE(::PathIsDirectoryW(sResult.c_str()));
     ASSERT_TRUE(sLog.starts_with(folder / L"Velmora_Install_Status_log\\"));
-    EXPECT_THAT(Utf8(sLog.substr(sLog.rfind(L'\\') + 1)), ::testing::MatchesRegex("20\\d\\d-\\d\\d-\\d\\d-\\d\\d\\d\\d\\d\\d"));
+    EXPECT_THAT(Utf8(sLog.substr(sLog.rfind(L'\\') + 1)),
+                ::testing::MatchesRegex("20\\d\\d-\\d\\d-\\d\\d-\\d\\d\\d\\d\\d\\d"));
 }
 
 } // namespace

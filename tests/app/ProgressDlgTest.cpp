@@ -29,7 +29,8 @@ std::string Shown(HWND hDialog)
     MSG Message;
     while (::PeekMessageW(&Message, nullptr, 0, 0, PM_REMOVE))
         ::DispatchMessageW(&Message);
-    return std::to_string(::SendDlgItemMessageW(hDialog, BarId, PBM_GETPOS, 0, 0)) + ' ' + TextOf(::GetDlgItem(hDialog, TextId));
+    return std::to_string(::SendDlgItemMessageW(hDialog, BarId, PBM_GETPOS, 0, 0)) + ' ' +
+           TextOf(::GetDlgItem(hDialog, TextId));
 }
 
 std::string State(CProgressDlg& rDialog)

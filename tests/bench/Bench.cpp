@@ -46,11 +46,13 @@ void Require(bool bGood, const char* pWhat)
 void HashFile(const wchar_t* pPath, CSha1::Transform pTransform)
 {
     static std::array<BYTE, 262144> s_aPiece;
-    const CFileHandle hFile(::CreateFileW(pPath, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const CFileHandle hFile(
+        ::CreateFileW(pPath, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     Require(static_cast<bool>(hFile), "cannot open the file");
     CSha1 sha(pTransform);
     DWORD dwRead = 0;
-    while (::ReadFile(hFile.Get(), s_aPiece.data(), static_cast<DWORD>(s_aPiece.size()), &dwRead, nullptr) && dwRead != 0)
+    while (::ReadFile(hFile.Get(), s_aPiece.data(), static_cast<DWORD>(s_aPiece.size()), &dwRead, nullptr) &&
+           dwRead != 0)
         sha.Update({ s_aPiece.data(), dwRead });
     sha.Final();
 }

@@ -22,8 +22,9 @@ Lines ReadList(const std::wstring& sPath, const std::string& sTitle)
     for (std::size_t nEnd; (nEnd = sText.find("\r\n", nStart)) != sText.npos; nStart = nEnd + 2)
         all.push_back(sText.substr(nStart, nEnd - nStart));
     all.resize(std::max<std::size_t>(all.size(), 5));
-    EXPECT_THAT(Lines(all.begin(), all.begin() + 5),
-                ElementsAre(sUnderscores, MatchesRegex("\\[....\\/..\\/.. ..:..:..\\] Version .*"), sUnderscores, sTitle, ""));
+    EXPECT_THAT(
+        Lines(all.begin(), all.begin() + 5),
+        ElementsAre(sUnderscores, MatchesRegex("\\[....\\/..\\/.. ..:..:..\\] Version .*"), sUnderscores, sTitle, ""));
     return { all.begin() + 5, all.end() };
 }
 
@@ -34,7 +35,8 @@ public:
     explicit CInstalledModule(const std::wstring& sFolder) : m_sPath(sFolder + L"\\resident.dll")
     {
         std::filesystem::create_directories(sFolder);
-        std::filesystem::copy_file(CComTestClasses::ServerPath(), m_sPath, std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::copy_file(CComTestClasses::ServerPath(), m_sPath,
+                                   std::filesystem::copy_options::overwrite_existing);
     }
     ~CInstalledModule()
     {

@@ -60,7 +60,8 @@ TEST_F(ComObjectChecker, AsksObjectsOfEachThreadingModelFromBothApartments)
         {
             nFailed += rCase.Inner[n] ? 0 : 1;
             all.push_back(Answered(Ways[n], bad, L"IPersist"));
-            all.push_back(rCase.Inner[n] ? Answered(Ways[n], bad, L"IVlmInner") : Refused(Ways[n], bad, L"IVlmInner", E_NOINTERFACE));
+            all.push_back(rCase.Inner[n] ? Answered(Ways[n], bad, L"IVlmInner")
+                                         : Refused(Ways[n], bad, L"IVlmInner", E_NOINTERFACE));
             all.push_back(Answered(Ways[n], bad, L"IVlmZ"));
         }
         Expect({ good, bad }, nFailed, all);
@@ -127,13 +128,18 @@ TEST_F(ComObjectChecker, ReportsAnExceptionAndGoesOnWithTheNextApartment)
     const LONG nAlive = m_Classes.AliveObjects();
     CLogWatch watch;
     const CComObjectInfo query = m_Classes.Add(L"Query", L"Both", L"free-threaded throw-query");
-    Expect({ query }, 4, { Threw("MTA -> MTA", query), Threw("MTA -> STA", query), Threw("STA -> MTA", query), Threw("STA -> STA", query) });
+    Expect({ query }, 4,
+           { Threw("MTA -> MTA", query), Threw("MTA -> STA", query), Threw("STA -> MTA", query),
+             Threw("STA -> STA", query) });
     const CComObjectInfo filter = m_Classes.AddFilter(L"Filter", L"throw-query");
     Expect({ filter }, 1, { Threw("STA", filter) });
     const CComObjectInfo release = m_Classes.Add(L"Release", L"Both", L"throw-release");
-    Expect({ release }, 2, AllWell("MTA", release) + Lines{ Threw("MTA", release) } + AllWell("STA", release) + Lines{ Threw("STA", release) });
+    Expect({ release }, 2,
+           AllWell("MTA", release) + Lines{ Threw("MTA", release) } + AllWell("STA", release) +
+               Lines{ Threw("STA", release) });
     EXPECT_EQ(m_Classes.AliveObjects(), nAlive);
-    EXPECT_THAT(watch.Records(), IsSupersetOf({ EndsWith("] " + Threw("STA -> MTA", query)), EndsWith("] " + Threw("STA", filter)) }));
+    EXPECT_THAT(watch.Records(),
+                IsSupersetOf({ EndsWith("] " + Threw("STA -> MTA", query)), EndsWith("] " + Threw("STA", filter)) }));
     const CComObjectInfo construct = m_Classes.Add(L"Construct", L"Both", L"throw-construct");
     const CComObjectInfo good = m_Classes.Add(L"Good", L"Both");
     Expect({ construct, good }, 2, Lines{ Threw("MTA", construct), Threw("STA", construct) } + AllWell(good));
@@ -187,9 +193,12 @@ TEST_F(ComObjectChecker, WantsADummyToBeAbsent)
     Expect({ absent, broken }, 0, {});
     broken.sFilePath = m_Classes.ServerPath();
     Expect({ broken }, 2, { "Failed: \"Broken\" registered.", "Failed: \"Broken\" registered." });
-    const std::string sClsid = NotCreated("MTA", present, 0).substr(sizeof "Failed: CoCreateInstance() failed.[0x00000000]" - 1);
-    const std::string sClsidSta = NotCreated("STA", present, 0).substr(sizeof "Failed: CoCreateInstance() failed.[0x00000000]" - 1);
-    Expect({ present }, 2, { "Failed: CoCreateInstance() succeeded." + sClsid, "Failed: CoCreateInstance() succeeded." + sClsidSta });
+    const std::string sClsid =
+        NotCreated("MTA", present, 0).substr(sizeof "Failed: CoCreateInstance() failed.[0x00000000]" - 1);
+    const std::string sClsidSta =
+        NotCreated("STA", present, 0).substr(sizeof "Failed: CoCreateInstance() failed.[0x00000000]" - 1);
+    Expect({ present }, 2,
+           { "Failed: CoCreateInstance() succeeded." + sClsid, "Failed: CoCreateInstance() succeeded." + sClsidSta });
     present.nRegType = 3;
     Expect({ present }, 2, { "Failed: Unknown com-reg-type.", "Failed: Unknown com-reg-type." });
 }

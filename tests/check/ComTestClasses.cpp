@@ -23,7 +23,6 @@ std::wstring ClassKey(const std::wstring& sClsid)
     return L"Classes\\CLSID\\" + sClsid;
 }
 
-
 struct CCheckThread
 {
     const std::vector<CComObjectInfo>& rInfos;
@@ -84,8 +83,9 @@ CComObjectInfo CComTestClasses::Unregistered(const std::wstring& sName)
     return info;
 }
 
-CComObjectInfo CComTestClasses::Add(const std::wstring& sName, const std::wstring& sModel, const std::wstring& sBehavior,
-                                    const std::wstring& sServer, const std::wstring& sModule)
+CComObjectInfo CComTestClasses::Add(const std::wstring& sName, const std::wstring& sModel,
+                                    const std::wstring& sBehavior, const std::wstring& sServer,
+                                    const std::wstring& sModule)
 {
     CComObjectInfo info = Unregistered(sName);
     const std::wstring sKey = ClassKey(Text(info.clsid));
@@ -113,7 +113,8 @@ CCheckRun RunComCheck(const std::vector<CComObjectInfo>& rInfos, bool bSxS, cons
     return RunCheck([&](CResultLog& rLog, UINT32* pulFailed) {
         CCheckThread check{ rInfos, bSxS, sListFolder.empty() ? folder.Path() : sListFolder, rLog, pulFailed };
         const auto pThread = OpdBeginThread(&check, &CCheckThread::Main);
-        // The platform sends a message for each object that is to live here; the program's own wait does not wake for those.
+        // The platform sends a message for each object that is to live here; the program's own wait does not wake for
+        // those.
         const HANDLE hThread = pThread->GetThreadHandle();
         while (::MsgWaitForMultipleObjects(1, &hThread, FALSE, INFINITE, QS_ALLINPUT) != WAIT_OBJECT_0)
         {
@@ -132,23 +133,27 @@ std::string Worked(const std::string& sApartment, const CComObjectInfo& rInfo)
 
 std::string NotCreated(const std::string& sApartment, const CComObjectInfo& rInfo, HRESULT hr)
 {
-    return Utf8(FormatText(L"Failed: CoCreateInstance() failed.[0x%08X]", hr)) + "[" + sApartment + "][name:\"" + Utf8(rInfo.sName) + "\" " + Utf8(Text(rInfo.clsid)) + "]";
+    return Utf8(FormatText(L"Failed: CoCreateInstance() failed.[0x%08X]", hr)) + "[" + sApartment + "][name:\"" +
+           Utf8(rInfo.sName) + "\" " + Utf8(Text(rInfo.clsid)) + "]";
 }
 
 std::string Threw(const std::string& sWay, const CComObjectInfo& rInfo)
 {
-    return "Failed: Unknown exception.[" + sWay + (sWay.size() > 3 ? "][clsid:\"" : "][name:\"") + Utf8(rInfo.sName) + "\"]";
+    return "Failed: Unknown exception.[" + sWay + (sWay.size() > 3 ? "][clsid:\"" : "][name:\"") + Utf8(rInfo.sName) +
+           "\"]";
 }
 
 std::string Refused(const std::string& sWay, const CComObjectInfo& rInfo, const std::wstring& sInterface, HRESULT hr)
 {
-    return Utf8(FormatText(L"Failed: QueryInterface() failed.[0x%08X]", hr)) + "[" + sWay + "][clsid:\"" + Utf8(rInfo.sName) + "\" " + Utf8(Text(rInfo.clsid)) +
-           ", iid:\"" + Utf8(sInterface) + "\" " + Utf8(Text(rInfo.Interfaces.at(sInterface))) + "]";
+    return Utf8(FormatText(L"Failed: QueryInterface() failed.[0x%08X]", hr)) + "[" + sWay + "][clsid:\"" +
+           Utf8(rInfo.sName) + "\" " + Utf8(Text(rInfo.clsid)) + ", iid:\"" + Utf8(sInterface) + "\" " +
+           Utf8(Text(rInfo.Interfaces.at(sInterface))) + "]";
 }
 
 std::string Answered(const std::string& sWay, const CComObjectInfo& rInfo, const std::wstring& sInterface)
 {
-    return "Succeeded: Check Interface. [" + sWay + "][clsid:\"" + Utf8(rInfo.sName) + "\" iid:\"" + Utf8(sInterface) + "\"]";
+    return "Succeeded: Check Interface. [" + sWay + "][clsid:\"" + Utf8(rInfo.sName) + "\" iid:\"" + Utf8(sInterface) +
+           "\"]";
 }
 
 Lines AllWell(const std::string& sApartment, const CComObjectInfo& rInfo)

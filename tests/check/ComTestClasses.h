@@ -1,7 +1,7 @@
 // COM classes of the sample product's server, registered for one test, and a checker's run over them.
 //
-// Under Wine 8 a process can serve objects to other apartments from some sixty STAs in all; the next one hangs for ever.
-// The tests of one executable have to share these.
+// Under Wine 8 a process can serve objects to other apartments from some sixty STAs in all; the next one hangs for
+// ever. The tests of one executable have to share these.
 #pragma once
 
 #include <memory>
@@ -48,7 +48,8 @@ private:
 
 // Runs the checker on a thread of its own, while this one, the process's first STA, dispatches messages, as in the
 // program. Classes without a threading model live here. The lists go to sListFolder, or are thrown away.
-CCheckRun RunComCheck(const std::vector<CComObjectInfo>& rInfos, bool bSxS = false, const std::wstring& sListFolder = L"");
+CCheckRun RunComCheck(const std::vector<CComObjectInfo>& rInfos, bool bSxS = false,
+                      const std::wstring& sListFolder = L"");
 
 // The lines that tell of the record; hr is the code that they hold.
 std::string Worked(const std::string& sApartment, const CComObjectInfo& rInfo);

@@ -11,7 +11,8 @@ namespace
 
 CCheckRun Check(const std::vector<CFileInfo>& rInfos)
 {
-    return RunCheck([&](CResultLog& rLog, UINT32* pulFailed) { return CFileInfoChecker(rLog, rInfos).CheckFileInfos(pulFailed); });
+    return RunCheck(
+        [&](CResultLog& rLog, UINT32* pulFailed) { return CFileInfoChecker(rLog, rInfos).CheckFileInfos(pulFailed); });
 }
 
 // The only line of one record in the code page of the result file; "+" before it when the record was not counted.
@@ -40,13 +41,15 @@ constexpr const wchar_t* AbcDigest = L"qZk+NkcGgWq6PiVxeFDCbJzQ2J0=";
 TEST(FileInfoChecker, WritesOneLineForEachOutcome)
 {
     const CTestFolder folder;
-    const std::wstring sAbc = folder.Write(L"abc %s.txt", "abc"), sEmpty = folder.Write(L"empty", ""), sExe = ModulePath();
+    const std::wstring sAbc = folder.Write(L"abc %s.txt", "abc"), sEmpty = folder.Write(L"empty", ""),
+                       sExe = ModulePath();
     const std::wstring sGone = folder / L"gone";
     const std::string A = Utf8(sAbc), E = Utf8(sExe);
     const struct
     {
         CFileInfo Info; // path, version, size, digest, signer
         std::string sExpected;
+        // clang-format off
     } aCases[] = {
         { { sGone, L"1", L"1", L"1", L"1" }, "Failed: File is not found.\"" + Utf8(sGone) + '"' },
         { { sAbc, L"", L"", L"", L"" }, Passed(sAbc) },
@@ -65,6 +68,7 @@ TEST(FileInfoChecker, WritesOneLineForEachOutcome)
         { { sAbc, L"", L"", L"qZk+NkcGgWq6PiVxeFDCbJzQ2J0A", L"" }, HashFailed(sAbc) },     // 21 bytes
         { { sEmpty, L"", L"", AbcDigest, L"" }, HashFailed(sEmpty) },
     };
+    // clang-format on
     for (const auto& rCase : aCases)
         EXPECT_EQ(Verdict(rCase.Info), rCase.sExpected);
 }
@@ -76,16 +80,20 @@ TEST(FileInfoChecker, ReadsTheVersionsOfModuleFiles)
     const std::string sHeader("\x11\x22\x02\x00\x07\x00\xFF\xFF\x01\x00\x05\x00\x06\x00\x00\x80", 16);
     for (const wchar_t* pName : { L"a.tvm", L"INIT.TVM", L"DEVICE.TVL" })
         folder.Write(pName, sHeader);
-    const std::wstring sShort = folder.Write(L"short.TVM", sHeader.substr(0, 9)), sFull = folder / L"INIT.TVM", sDevice = folder / L"DEVICE.TVL";
+    const std::wstring sShort = folder.Write(L"short.TVM", sHeader.substr(0, 9)), sFull = folder / L"INIT.TVM",
+                       sDevice = folder / L"DEVICE.TVL";
     wchar_t aOld[MAX_PATH];
     ::GetCurrentDirectoryW(MAX_PATH, aOld);
     ::SetCurrentDirectoryW(folder.Path().c_str());
     EXPECT_EQ(Verdict({ L"a.tvm", L"7.2.1.-1", L"", L"", L"" }), Passed(L"a.tvm"));
     EXPECT_EQ(Verdict({ sFull, L"7.2.1.-1", L"", L"", L"" }), Passed(sFull));
-    EXPECT_EQ(Verdict({ L"init.tvm", L"1", L"", L"", L"" }), "Failed: File version is not equal. [current:1280.511.0.1536, original:1] [FilePath:\"init.tvm\"]");
+    EXPECT_EQ(Verdict({ L"init.tvm", L"1", L"", L"", L"" }),
+              "Failed: File version is not equal. [current:1280.511.0.1536, original:1] [FilePath:\"init.tvm\"]");
     EXPECT_EQ(Verdict({ L"Device.tvl", L"VERSION:1792, ALGORITHM:512", L"", L"", L"" }), Passed(L"Device.tvl"));
-    EXPECT_EQ(Verdict({ sDevice, L"1", L"", L"", L"" }), "Failed: GetFileVersion( \"" + Utf8(sDevice) + "\" ) failed.[0x80070714]");
-    EXPECT_EQ(Verdict({ sShort, L"1", L"", L"", L"" }), "Failed: GetTvmFileVersion( \"" + Utf8(sShort) + "\" ) failed.[0x80004005]");
+    EXPECT_EQ(Verdict({ sDevice, L"1", L"", L"", L"" }),
+              "Failed: GetFileVersion( \"" + Utf8(sDevice) + "\" ) failed.[0x80070714]");
+    EXPECT_EQ(Verdict({ sShort, L"1", L"", L"", L"" }),
+              "Failed: GetTvmFileVersion( \"" + Utf8(sShort) + "\" ) failed.[0x80004005]");
     ::SetCurrentDirectoryW(aOld);
 }
 
@@ -96,7 +104,8 @@ TEST(FileInfoChecker, ReportsAFailedLoadWithoutCountingIt)
     for (const wchar_t* pName : { L"MSVCmfcATL.Dll", L"atlmfcmsvc.ax" })
     {
         const std::wstring sPath = folder.Write(pName, "no library");
-        EXPECT_EQ(Verdict({ sPath, L"", L"10", L"bad", L"Nobody" }), "+Failed: LoadLibraryEx( \"" + Utf8(sPath) + "\" ) failed.[193]");
+        EXPECT_EQ(Verdict({ sPath, L"", L"10", L"bad", L"Nobody" }),
+                  "+Failed: LoadLibraryEx( \"" + Utf8(sPath) + "\" ) failed.[193]");
     }
     const std::wstring sGood = folder / L"atl mfc msvc.dll";
     ::CopyFileW(L"C:\\windows\\system32\\version.dll", sGood.c_str(), TRUE);
@@ -108,7 +117,8 @@ TEST(FileInfoChecker, ReportsAFailedLoadWithoutCountingIt)
 std::string SignedFile()
 {
     std::string sBytes(4096, '\0');
-    sBytes.resize(Base64Decode(ReadBytes(TEST_DATA L"/SignedFile.txt"), { reinterpret_cast<BYTE*>(sBytes.data()), sBytes.size() }));
+    sBytes.resize(Base64Decode(ReadBytes(TEST_DATA L"/SignedFile.txt"),
+                               { reinterpret_cast<BYTE*>(sBytes.data()), sBytes.size() }));
     return sBytes;
 }
 
@@ -119,7 +129,9 @@ TEST(FileInfoChecker, ComparesTheSigner)
     const std::wstring sPath = folder.Write(L"signed.exe", SignedFile());
     EXPECT_EQ(Verdict({ sPath, L"", L"", L"", L"TOLVANE t\u00E4st" }), Passed(sPath));
     EXPECT_EQ(Verdict({ sPath, L"", L"", L"bad", L"Other" }),
-              ToNarrow(L"Failed: Certificate Display Name is not equal. [current:\"Tolvane T\u00E4st\", original:\"Other\"] [FilePath:\"" + sPath + L"\"]"));
+              ToNarrow(L"Failed: Certificate Display Name is not equal. [current:\"Tolvane T\u00E4st\", "
+                       L"original:\"Other\"] [FilePath:\"" +
+                       sPath + L"\"]"));
 }
 
 // Real disks hold names that no code page has, files larger than the read buffer and files above 4 GiB.
@@ -140,7 +152,8 @@ TEST(FileInfoChecker, StandsUnusualFiles)
     }
     EXPECT_EQ(Verdict({ sHuge, L"", L"5000000001", L"", L"" }), Passed(sHuge));
     EXPECT_EQ(Verdict({ sHuge, L"", L"705032705", L"", L"" }),
-              "Failed: File size is not equal. [current:5000000001, original:705032705] [FilePath:\"" + Utf8(sHuge) + "\"]");
+              "Failed: File size is not equal. [current:5000000001, original:705032705] [FilePath:\"" + Utf8(sHuge) +
+                  "\"]");
 }
 
 } // namespace

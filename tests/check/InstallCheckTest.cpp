@@ -18,11 +18,15 @@ using ::testing::HasSubstr;
 TEST(NtServiceInfoChecker, TellsWhichServicesExist)
 {
     const std::vector<std::wstring> Names{ L"PlugPlay", L"no \"%s\" service", L"", L"rpcss" };
-    const CCheckRun run = RunCheck([&](CResultLog& rLog, UINT32* pulFailed) { return CNtServiceInfoChecker(rLog, Names).CheckNtServiceInfos(pulFailed); });
+    const CCheckRun run = RunCheck([&](CResultLog& rLog, UINT32* pulFailed) {
+        return CNtServiceInfoChecker(rLog, Names).CheckNtServiceInfos(pulFailed);
+    });
     EXPECT_EQ(run.hr, S_OK);
     EXPECT_EQ(run.nFailed, 2u);
-    EXPECT_THAT(run.Lines, ElementsAre("Succeeded: Check NT Service Info.[name:\"PlugPlay\"]", "Failed: NT Service can not open.[name:\"no \"%s\" service\"]",
-                                       "Failed: NT Service can not open.[name:\"\"]", "Succeeded: Check NT Service Info.[name:\"rpcss\"]"));
+    EXPECT_THAT(run.Lines, ElementsAre("Succeeded: Check NT Service Info.[name:\"PlugPlay\"]",
+                                       "Failed: NT Service can not open.[name:\"no \"%s\" service\"]",
+                                       "Failed: NT Service can not open.[name:\"\"]",
+                                       "Succeeded: Check NT Service Info.[name:\"rpcss\"]"));
 }
 
 // Only a registration from exactly this file is wrong; anything else must pass, or every second PC would fail.
@@ -36,7 +40,8 @@ TEST(NotRegComInfoChecker, LooksForThisFileOnly)
             return CNotRegComInfoChecker(rLog, { { L"Thing %d", rClsid, sPath } }).CheckNotRegComObjectInfos(pulFailed);
         });
         EXPECT_EQ(run.hr, S_OK);
-        EXPECT_THAT(run.Lines, ElementsAre(run.nFailed == 1 ? "Failed: \"Thing %d\" registered." : "Succeeded: \"Thing %d\" not registered."));
+        EXPECT_THAT(run.Lines, ElementsAre(run.nFailed == 1 ? "Failed: \"Thing %d\" registered."
+                                                            : "Succeeded: \"Thing %d\" not registered."));
         return run.nFailed != 0;
     };
     EXPECT_FALSE(Check(clsid, L"")) << "no default value";
@@ -73,7 +78,9 @@ TEST(InstallCheckManager, RunsAndAddsUpTheStagesInTheirOrder)
     server.SetText(nullptr, L"C:\\t.dll");
     CConfigFile config;
     const auto Check = [&] {
-        return RunCheck([&](CResultLog& rLog, UINT32* pulFailed) { return CInstallCheckManager(config, rLog, folder.Path()).CheckInstallationStatus(pulFailed); });
+        return RunCheck([&](CResultLog& rLog, UINT32* pulFailed) {
+            return CInstallCheckManager(config, rLog, folder.Path()).CheckInstallationStatus(pulFailed);
+        });
     };
     CProgressDlg& rDialog = CKelvarinApp::GetApp().m_ProgressDlg;
     rDialog.ResetClients();
@@ -85,20 +92,25 @@ TEST(InstallCheckManager, RunsAndAddsUpTheStagesInTheirOrder)
     }
     rDialog.DestroyWindow();
     rDialog.ResetClients();
-    EXPECT_THAT(g_Shown, ElementsAre("0 Loading configuration...", "20 Checking files...", "20 Checking File...", "40 Checking registry...",
-                                     "40 Checking Registry...", "60 Checking NT services...", "60 Checking NT Service...",
-                                     "80 Checking registered COM modules...", "80 Checking COM...", "100 Checking unregistered COM modules...",
+    EXPECT_THAT(g_Shown, ElementsAre("0 Loading configuration...", "20 Checking files...", "20 Checking File...",
+                                     "40 Checking registry...", "40 Checking Registry...", "60 Checking NT services...",
+                                     "60 Checking NT Service...", "80 Checking registered COM modules...",
+                                     "80 Checking COM...", "100 Checking unregistered COM modules...",
                                      "100 Checking Not Registered COM...", "100 Check Completed"));
 
-    config.m_FileInfos = { { folder / L"gone", L"", L"", L"", L"" }, { folder.Path(), L"", L"", L"", L"" }, { folder / L"lost", L"", L"", L"", L"" } };
+    config.m_FileInfos = { { folder / L"gone", L"", L"", L"", L"" },
+                           { folder.Path(), L"", L"", L"", L"" },
+                           { folder / L"lost", L"", L"", L"", L"" } };
     config.m_RegistryInfos.emplace_back().sKeyPath = L"no root";
     config.m_NtServiceInfos = { L"no service" };
-    config.m_NoRegisteredComObjectInfos = { { L"T", { 0x6B3D1F20, 0x9C1A, 0x4E57, { 0x8F, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77 } }, L"C:\\t.dll" } };
+    config.m_NoRegisteredComObjectInfos = {
+        { L"T", { 0x6B3D1F20, 0x9C1A, 0x4E57, { 0x8F, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77 } }, L"C:\\t.dll" }
+    };
     const CCheckRun run = Check();
     EXPECT_EQ(run.hr, S_OK);
     EXPECT_EQ(run.nFailed, 5u);
-    EXPECT_THAT(run.Lines, ElementsAre(HasSubstr("gone"), HasSubstr("Succeeded: Check File Info"), HasSubstr("lost"), HasSubstr("no root"),
-                                       HasSubstr("no service"), "Failed: \"T\" registered."));
+    EXPECT_THAT(run.Lines, ElementsAre(HasSubstr("gone"), HasSubstr("Succeeded: Check File Info"), HasSubstr("lost"),
+                                       HasSubstr("no root"), HasSubstr("no service"), "Failed: \"T\" registered."));
 }
 
 } // namespace

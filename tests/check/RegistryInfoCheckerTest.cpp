@@ -25,7 +25,8 @@ std::span<const BYTE> BytesOf(const std::string& sBytes)
     return { reinterpret_cast<const BYTE*>(sBytes.data()), sBytes.size() };
 }
 
-CRegistryInfo Info(const wchar_t* pName, DWORD dwType, const std::string& sBytes, const wchar_t* pPath = Path, bool b64 = false)
+CRegistryInfo Info(const wchar_t* pName, DWORD dwType, const std::string& sBytes, const wchar_t* pPath = Path,
+                   bool b64 = false)
 {
     CRegistryInfo info;
     info.hRootKey = HKEY_LOCAL_MACHINE;
@@ -43,7 +44,9 @@ std::string Verdict(CRegistryInfo info)
 {
     std::vector<CRegistryInfo> Infos;
     Infos.push_back(std::move(info));
-    const CCheckRun run = RunCheck([&](CResultLog& rLog, UINT32* pulFailed) { return CRegistryInfoChecker(rLog, Infos).CheckRegistryInfos(pulFailed); });
+    const CCheckRun run = RunCheck([&](CResultLog& rLog, UINT32* pulFailed) {
+        return CRegistryInfoChecker(rLog, Infos).CheckRegistryInfos(pulFailed);
+    });
     EXPECT_EQ(run.hr, S_OK);
     EXPECT_EQ(run.Lines.size(), 1u);
     const std::string sLine = run.Lines.empty() ? "" : run.Lines[0];
@@ -56,7 +59,8 @@ TEST(RegistryInfoChecker, ComparesByTypeWhateverTheDataAre)
 {
     const CScratchKey key(L"KelvarinTests %s");
     const std::string sUnterminated = Wide(L"AbcX");
-    const std::string Equal = "Succeeded: Check Registry Info.", Differs = "Failed: Registry value is not equal.", Type = "Failed: Registry value type is not equal.";
+    const std::string Equal = "Succeeded: Check Registry Info.", Differs = "Failed: Registry value is not equal.",
+                      Type = "Failed: Registry value type is not equal.";
     const struct
     {
         DWORD dwStoredType;
@@ -90,7 +94,9 @@ TEST(RegistryInfoChecker, ComparesByTypeWhateverTheDataAre)
         for (const wchar_t* pName : { L"", L"value \"x\" %d" })
         {
             key.Set(pName, rCase.dwStoredType, BytesOf(rCase.sStored));
-            EXPECT_EQ(Verdict(Info(pName, rCase.dwType, rCase.sExpected)), rCase.sVerdict + Key + "[value:\"" + Utf8(pName) + "\"]" + rCase.sTail) << "case " << nCase;
+            EXPECT_EQ(Verdict(Info(pName, rCase.dwType, rCase.sExpected)),
+                      rCase.sVerdict + Key + "[value:\"" + Utf8(pName) + "\"]" + rCase.sTail)
+                << "case " << nCase;
         }
         ++nCase;
     }
@@ -103,9 +109,12 @@ TEST(RegistryInfoChecker, LooksInTheViewOfTheRecordOnly)
     key64.SetDword(L"v", 1);
     const std::string sOne("\1\0\0\0", 4);
     const wchar_t* const p64 = L"SOFTWARE\\KelvarinTests64";
-    EXPECT_EQ(Verdict(Info(L"v", REG_DWORD, sOne, p64, true)), "Succeeded: Check Registry Info.[key:\"HKEY_LOCAL_MACHINE\\SOFTWARE\\KelvarinTests64\"][value:\"v\"]");
-    EXPECT_EQ(Verdict(Info(L"v", REG_DWORD, sOne, p64)), "Failed: Registry key is not found.[key:\"HKEY_LOCAL_MACHINE\\SOFTWARE\\KelvarinTests64\"]");
-    EXPECT_EQ(Verdict(Info(L"v", REG_DWORD, sOne, Path, true)), "Failed: Registry key is not found.[key(x64):\"HKEY_LOCAL_MACHINE\\SOFTWARE\\KelvarinTests %s\"]");
+    EXPECT_EQ(Verdict(Info(L"v", REG_DWORD, sOne, p64, true)),
+              "Succeeded: Check Registry Info.[key:\"HKEY_LOCAL_MACHINE\\SOFTWARE\\KelvarinTests64\"][value:\"v\"]");
+    EXPECT_EQ(Verdict(Info(L"v", REG_DWORD, sOne, p64)),
+              "Failed: Registry key is not found.[key:\"HKEY_LOCAL_MACHINE\\SOFTWARE\\KelvarinTests64\"]");
+    EXPECT_EQ(Verdict(Info(L"v", REG_DWORD, sOne, Path, true)),
+              "Failed: Registry key is not found.[key(x64):\"HKEY_LOCAL_MACHINE\\SOFTWARE\\KelvarinTests %s\"]");
     EXPECT_EQ(Verdict(Info(L"", REG_SZ, sOne)), "Failed: Registry value is not found." + Key + "[value:\"\"]");
 
     CRegistryInfo unrooted = Info(L"v", REG_DWORD, sOne, L"HKCU\\Software");

@@ -42,7 +42,8 @@ TEST(Sha1, GivesThePublishedDigests)
     {
         EXPECT_EQ(DigestOf(pTransform, ""), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
         EXPECT_EQ(DigestOf(pTransform, "abc"), "a9993e364706816aba3e25717850c26c9cd0d89d");
-        EXPECT_EQ(DigestOf(pTransform, "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"), "84983e441c3bd26ebaae4aa1f95129e5e54670f1");
+        EXPECT_EQ(DigestOf(pTransform, "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
+                  "84983e441c3bd26ebaae4aa1f95129e5e54670f1");
         EXPECT_EQ(DigestOf(pTransform, std::string(1'000'000, 'a')), "34aa973cd4c4daa4f61eeb2bdbad27316534016f");
     }
 }

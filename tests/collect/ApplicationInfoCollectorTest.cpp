@@ -14,16 +14,18 @@ const std::wstring WindowsKey = L"Software\\Microsoft\\Windows\\CurrentVersion\\
 
 // The 7th of a month of 2013, at 15:04; of a key named "undated" no time at all.
 const CImportPatch<decltype(::RegEnumKeyExW)>* g_pEnum;
-LSTATUS WINAPI FixedKeyTime(HKEY hKey, DWORD nIndex, LPWSTR pName, LPDWORD pnName, LPDWORD pReserved, LPWSTR pClass, LPDWORD pnClass, PFILETIME pTime)
+LSTATUS WINAPI FixedKeyTime(HKEY hKey, DWORD nIndex, LPWSTR pName, LPDWORD pnName, LPDWORD pReserved, LPWSTR pClass,
+                            LPDWORD pnClass, PFILETIME pTime)
 {
     const LSTATUS nStatus = g_pEnum->Original()(hKey, nIndex, pName, pnName, pReserved, pClass, pnClass, pTime);
     if (nStatus == ERROR_SUCCESS && pTime != nullptr)
-        *pTime = ::wcscmp(pName, L"undated") == 0 ? FILETIME{ 0xFFFFFFFF, 0xFFFFFFFF } : FileTimeOf({ 2013, 11, 0, 7, 15, 4, 0, 0 });
+        *pTime = ::wcscmp(pName, L"undated") == 0 ? FILETIME{ 0xFFFFFFFF, 0xFFFFFFFF }
+                                                  : FileTimeOf({ 2013, 11, 0, 7, 15, 4, 0, 0 });
     return nStatus;
 }
 
-// Support reads all four files: a damaged value must cost its own line only, a program without a name has a block but no
-// row, nothing is escaped, and a user without products must not hide the next one's.
+// Support reads all four files: a damaged value must cost its own line only, a program without a name has a block but
+// no row, nothing is escaped, and a user without products must not hide the next one's.
 TEST(ApplicationInfoCollector, ListsWhatStartsAndWhatIsInstalled)
 {
     const CTestFolder folder;
@@ -42,7 +44,8 @@ TEST(ApplicationInfoCollector, ListsWhatStartsAndWhatIsInstalled)
 
     const std::wstring sUninstall = WindowsKey + L"Uninstall\\";
     const CScratchKey& full = roots.Machine(sUninstall + L"{full}");
-    for (const wchar_t* pName : { L"DisplayName", L"DisplayVersion", L"Publisher", L"UninstallString", L"InstallLocation", L"InstallSource" })
+    for (const wchar_t* pName :
+         { L"DisplayName", L"DisplayVersion", L"Publisher", L"UninstallString", L"InstallLocation", L"InstallSource" })
         full.SetText(pName, std::wstring(L"the \"") + pName + L"\"");
     full.SetText(L"InstallDate", L"20121231");
     full.SetDword(L"EstimatedSize", 1536);
@@ -76,12 +79,15 @@ TEST(ApplicationInfoCollector, ListsWhatStartsAndWhatIsInstalled)
     roots.Enter();
     const CLogWatch watch;
     EXPECT_EQ(CApplicationInfoCollector().Collect(folder / L"out"), S_OK);
-    for (const wchar_t* const pFile : { L"StartupPrograms.txt", L"InstalledPrograms.csv", L"InstalledPrograms.txt", L"MsiInstallProperties.txt" })
+    for (const wchar_t* const pFile :
+         { L"StartupPrograms.txt", L"InstalledPrograms.csv", L"InstalledPrograms.txt", L"MsiInstallProperties.txt" })
         ExpectGolden(ReadBytes(folder / L"out\\" + pFile), pFile, folder / L"startup");
     const std::string sStartup = "[CApplicationInfoCollector::OutputStartupPrograms] ";
-    const std::string sRun = sStartup + "::RegEnumValue( \"HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Run\", ";
-    EXPECT_THAT(watch.Records(), ::testing::IsSupersetOf({ sRun + "1 ) failed. [RegType:2]", sRun + "3 ) failed. [0x800700EA]",
-                                                           sStartup + "::SHGetFolderPath( CSIDL_ALTSTARTUP ) failed. [0x80070003]" }));
+    const std::string sRun =
+        sStartup + "::RegEnumValue( \"HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Run\", ";
+    EXPECT_THAT(watch.Records(),
+                ::testing::IsSupersetOf({ sRun + "1 ) failed. [RegType:2]", sRun + "3 ) failed. [0x800700EA]",
+                                          sStartup + "::SHGetFolderPath( CSIDL_ALTSTARTUP ) failed. [0x80070003]" }));
 }
 
 } // namespace

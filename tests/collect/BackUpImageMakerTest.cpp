@@ -48,7 +48,8 @@ TEST(BackUpImageMaker, HasTheProductWriteTheImage)
         const CFakeClass fakeClass(CLSID_VlmBackup, IID_IVlmBackup, bRegistered ? &backup : nullptr);
         const CLogWatch watch;
         EXPECT_EQ(CBackUpImageMaker().MakeBackUpImage(sOut), hr);
-        EXPECT_EQ(pRecord == nullptr ? "" : std::string("[CBackUpImageMaker::MakeBackUpImage] ") + pRecord, watch.Records().empty() ? "" : watch.Records().back());
+        EXPECT_EQ(pRecord == nullptr ? "" : std::string("[CBackUpImageMaker::MakeBackUpImage] ") + pRecord,
+                  watch.Records().empty() ? "" : watch.Records().back());
         EXPECT_EQ(backup.nReferences, 0);
         EXPECT_TRUE(hr != S_OK || backup.sImagePath == sOut + L"\\license.vbk") << Utf8(backup.sImagePath);
     }

@@ -22,8 +22,8 @@ BOOL WINAPI WatchedPost(HWND, UINT, WPARAM, LPARAM)
     g_sEvents += std::to_string(rDialog.GetPercentage()) + ' ' + Utf8(rDialog.GetStatusText()) + "\r\n";
     return TRUE;
 }
-BOOL WINAPI NoProcess(LPCWSTR, LPWSTR pLine, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD, LPVOID, LPCWSTR, LPSTARTUPINFOW,
-                      LPPROCESS_INFORMATION)
+BOOL WINAPI NoProcess(LPCWSTR, LPWSTR pLine, LPSECURITY_ATTRIBUTES, LPSECURITY_ATTRIBUTES, BOOL, DWORD, LPVOID, LPCWSTR,
+                      LPSTARTUPINFOW, LPPROCESS_INFORMATION)
 {
     const std::string sLine = Utf8(pLine);
     g_sEvents += "> " + sLine + "\r\n";

@@ -27,11 +27,13 @@ std::vector<BYTE> Node(const std::wstring& sName, bool bText, const void* pValue
 {
     const std::size_t nNameBytes = (sName.size() + 1) * sizeof(wchar_t);
     std::vector<BYTE> Bytes(6);
-    Bytes.insert(Bytes.end(), reinterpret_cast<const BYTE*>(sName.c_str()), reinterpret_cast<const BYTE*>(sName.c_str()) + nNameBytes);
+    Bytes.insert(Bytes.end(), reinterpret_cast<const BYTE*>(sName.c_str()),
+                 reinterpret_cast<const BYTE*>(sName.c_str()) + nNameBytes);
     Append(Bytes, pValue, nValueBytes);
     for (const auto& rChild : Children)
         Append(Bytes, rChild.data(), rChild.size());
-    const WORD aHead[] = { static_cast<WORD>(Bytes.size()), static_cast<WORD>(bText ? nValueBytes / 2 : nValueBytes), bText };
+    const WORD aHead[] = { static_cast<WORD>(Bytes.size()), static_cast<WORD>(bText ? nValueBytes / 2 : nValueBytes),
+                           bText };
     std::memcpy(Bytes.data(), aHead, sizeof aHead);
     return Bytes;
 }
@@ -54,7 +56,8 @@ std::vector<BYTE> VersionBlock(const std::vector<CTranslationStrings>& Translati
     }
     return Node(L"VS_VERSION_INFO", false, &Fixed, sizeof Fixed,
                 { Node(L"StringFileInfo", true, nullptr, 0, Tables),
-                  Node(L"VarFileInfo", true, nullptr, 0, { Node(L"Translation", false, Ids.data(), Ids.size() * sizeof(WORD)) }) });
+                  Node(L"VarFileInfo", true, nullptr, 0,
+                       { Node(L"Translation", false, Ids.data(), Ids.size() * sizeof(WORD)) }) });
 }
 
 DWORD WINAPI CFakeVersions::Size(LPCWSTR pPath, LPDWORD)

@@ -64,8 +64,11 @@ TEST(CollectorUtilListing, HasItsColumnsForAnyFolder)
     for (const wchar_t* const pName : { L"gone.txt", L"locked\\hidden.txt", L"sub\\inner.txt", L"sub\\up\\never.txt" })
         folder.Write(pName, "x");
     CFakeVersions versions;
-    const CTranslationStrings first{ 0x0411, { { L"FileVersion", L"1, 2, 3, 4" }, { L"Comments", L"a \"b\", c" }, { L"OriginalFilename", L"L" } } };
-    versions.Files[L"lib.dll"] = VersionBlock({ first, { 0x0409, { { L"FileVersion", L"9" }, { L"CompanyName", L"of the second translation" } } } });
+    const CTranslationStrings first{
+        0x0411, { { L"FileVersion", L"1, 2, 3, 4" }, { L"Comments", L"a \"b\", c" }, { L"OriginalFilename", L"L" } }
+    };
+    versions.Files[L"lib.dll"] = VersionBlock(
+        { first, { 0x0409, { { L"FileVersion", L"9" }, { L"CompanyName", L"of the second translation" } } } });
     const CLogWatch watch;
     EXPECT_EQ(CCollectorUtil::OutputVlmFileList(folder.Path(), out / L"r.csv"), S_OK);
     ExpectGolden(ReadBytes(out / L"r.csv"), L"Listing.csv", folder.Path());

@@ -48,10 +48,12 @@ TEST(CollectorUtilRegistry, PrintsEachTypeInItsForm)
     for (std::size_t n = 0, nEnd; (nEnd = sText.find("\r\n", n)) != sText.npos; n = nEnd + 2)
         Lines.push_back(sText.substr(n, nEnd - n));
     // The order is the platform's.
-    EXPECT_THAT(Lines, ::testing::UnorderedElementsAre(
-                           R"(    ""="the default")", R"(    "text "quoted" %s"="a "b" %d")", R"(    "empty"="")", R"(    "none at all"="")",
-                           R"(    "unterminated"="ab")", R"(    "binary"=hex:0a,ff)", R"(    "no bytes"=hex:)", R"(    "number"=dword:0000BEEF)",
-                           R"(    "short number"=dword:0000FF0A)", R"(    "list"=)", "    \"" + std::string(259, 'z') + "\"=\"the longest\""));
+    EXPECT_THAT(Lines,
+                ::testing::UnorderedElementsAre(
+                    R"(    ""="the default")", R"(    "text "quoted" %s"="a "b" %d")", R"(    "empty"="")",
+                    R"(    "none at all"="")", R"(    "unterminated"="ab")", R"(    "binary"=hex:0a,ff)",
+                    R"(    "no bytes"=hex:)", R"(    "number"=dword:0000BEEF)", R"(    "short number"=dword:0000FF0A)",
+                    R"(    "list"=)", "    \"" + std::string(259, 'z') + "\"=\"the longest\""));
     EXPECT_THAT(watch.Records(), ElementsAre("[CResultLog::WriteLine] ::_vsntprintf_s() failed. [-1]"));
 }
 

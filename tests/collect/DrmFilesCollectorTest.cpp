@@ -9,13 +9,15 @@ namespace
 {
 
 const std::wstring Old1 = L"windows.old\\Program Files (x86)\\Common Files\\Tolvane Shared\\Velmora\\";
-const std::wstring Old4 = L"windows.old\\Documents and Settings\\All Users\\Tolvane Corporation\\Velmora\\Windows.old\\Program Files\\";
+const std::wstring Old4 =
+    L"windows.old\\Documents and Settings\\All Users\\Tolvane Corporation\\Velmora\\Windows.old\\Program Files\\";
 
 // Old installations must land in the folder of their number; a second run brings what has changed.
 TEST(DrmFilesCollector, CopiesFilesAndFoldersOfEachRoot)
 {
     const CTestFolder folder;
-    const CFakeShellFolders shell({ { CSIDL_WINDOWS, folder / L"windows" }, { CSIDL_COMMON_APPDATA, folder / L"common" } });
+    const CFakeShellFolders shell(
+        { { CSIDL_WINDOWS, folder / L"windows" }, { CSIDL_COMMON_APPDATA, folder / L"common" } });
     const std::pair<std::wstring, std::wstring> aFiles[] = {
         { L"repository\\vlmkey", L"vlmkey" },
         { L"repository\\tarnlist0.dat", L"tarnlist0.dat" },

@@ -12,7 +12,10 @@
 class CFakeShellFolders
 {
 public:
-    explicit CFakeShellFolders(std::map<int, std::wstring> Folders) : m_Patch("SHGetFolderPathW", Answer) { s_Folders = std::move(Folders); }
+    explicit CFakeShellFolders(std::map<int, std::wstring> Folders) : m_Patch("SHGetFolderPathW", Answer)
+    {
+        s_Folders = std::move(Folders);
+    }
 
 private:
     static HRESULT WINAPI Answer(HWND, int nCsidl, HANDLE, DWORD, LPWSTR pPath)

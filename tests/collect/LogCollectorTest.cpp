@@ -44,7 +44,8 @@ const std::pair<std::string, std::string> Logs[] = {
 TEST(LogCollector, CopiesTheLogsOfEveryPlace)
 {
     const CTestFolder folder;
-    const CFakeShellFolders shell({ { CSIDL_COMMON_APPDATA, folder / L"common" }, { CSIDL_DESKTOP, folder / L"desktop" } });
+    const CFakeShellFolders shell(
+        { { CSIDL_COMMON_APPDATA, folder / L"common" }, { CSIDL_DESKTOP, folder / L"desktop" } });
     const CImportPatch<decltype(::GetTempPathW)> temp("GetTempPathW", FakeTempPath);
     g_sTemp = folder / L"temp\\";
     for (const auto& [sSource, sCopy] : Logs)
@@ -64,7 +65,8 @@ TEST(LogCollector, CopiesTheLogsOfEveryPlace)
         for (const auto& rEntry : std::filesystem::recursive_directory_iterator(folder / L"out"))
         {
             if (!rEntry.is_directory())
-                Copied[Utf8(rEntry.path().wstring().substr((folder / L"out\\").size()))] = ReadBytes(rEntry.path().wstring());
+                Copied[Utf8(rEntry.path().wstring().substr((folder / L"out\\").size()))] = ReadBytes(
+                    rEntry.path().wstring());
         }
         EXPECT_EQ(Copied, Expected);
         EXPECT_EQ(std::filesystem::exists(folder / L"out\\installer"), !bSxS);

@@ -52,7 +52,8 @@ HRESULT STDMETHODCALLTYPE Query(Interface* pThis, REFIID rIid, void** ppObject)
     *ppObject = nullptr;
     if (::InlineIsEqualGUID(rIid, UnknownId))
         return Give("Query.IUnknown", static_cast<void*>(pThis), ppObject);
-    return ::InlineIsEqualGUID(rIid, s_pFirewall->Ids.*pId) ? Give("Query", static_cast<void*>(pThis), ppObject) : E_NOINTERFACE;
+    return ::InlineIsEqualGUID(rIid, s_pFirewall->Ids.*pId) ? Give("Query", static_cast<void*>(pThis), ppObject)
+                                                            : E_NOINTERFACE;
 }
 
 // An object whose table fill(rTable) completes.
@@ -80,16 +81,22 @@ const CFakeFirewall::CEntry* s_pEntry = nullptr;
 std::size_t s_nNext = 0; // 0: an item that is no object comes first
 
 INetFwRule s_Rule = Object<INetFwRule, &Ids::Rule>([](auto& t) {
-    t.get_Name = [](INetFwRule*, BSTR* pText) STDMETHODCALLTYPE { return GiveText("Item.Name", s_pEntry->pName, pText); };
-    t.get_ApplicationName = [](INetFwRule*, BSTR* pText) STDMETHODCALLTYPE { return GiveText("Item.Image", s_pEntry->pImage, pText); };
-    t.get_Enabled = [](INetFwRule*, VARIANT_BOOL* pb) STDMETHODCALLTYPE { return Answer("Item.Enabled", s_pEntry->nEnabled, pb); };
-    t.get_Action = [](INetFwRule*, NET_FW_ACTION* p) STDMETHODCALLTYPE { return Answer("Item.Action", NET_FW_ACTION(s_pEntry->nAction), p); };
+    t.get_Name = [](INetFwRule*, BSTR* pText)
+                     STDMETHODCALLTYPE { return GiveText("Item.Name", s_pEntry->pName, pText); };
+    t.get_ApplicationName = [](INetFwRule*, BSTR* pText)
+                                STDMETHODCALLTYPE { return GiveText("Item.Image", s_pEntry->pImage, pText); };
+    t.get_Enabled = [](INetFwRule*, VARIANT_BOOL* pb)
+                        STDMETHODCALLTYPE { return Answer("Item.Enabled", s_pEntry->nEnabled, pb); };
+    t.get_Action = [](INetFwRule*, NET_FW_ACTION* p)
+                       STDMETHODCALLTYPE { return Answer("Item.Action", NET_FW_ACTION(s_pEntry->nAction), p); };
 });
 INetFwAuthorizedApplication s_App = Object<INetFwAuthorizedApplication, &Ids::App>([](auto& t) {
     using P = INetFwAuthorizedApplication;
     t.get_Name = [](P*, BSTR* pText) STDMETHODCALLTYPE { return GiveText("Item.Name", s_pEntry->pName, pText); };
-    t.get_ProcessImageFileName = [](P*, BSTR* pText) STDMETHODCALLTYPE { return GiveText("Item.Image", s_pEntry->pImage, pText); };
-    t.get_Enabled = [](P*, VARIANT_BOOL* pb) STDMETHODCALLTYPE { return Answer("Item.Enabled", s_pEntry->nEnabled, pb); };
+    t.get_ProcessImageFileName = [](P*, BSTR* pText)
+                                     STDMETHODCALLTYPE { return GiveText("Item.Image", s_pEntry->pImage, pText); };
+    t.get_Enabled = [](P*, VARIANT_BOOL* pb)
+                        STDMETHODCALLTYPE { return Answer("Item.Enabled", s_pEntry->nEnabled, pb); };
 });
 
 // An item without a name is one of the other interface.
@@ -127,13 +134,15 @@ LONG CountOfEntries()
 
 INetFwRules s_Rules = Object<INetFwRules, &Ids::Enum>([](auto& t) {
     t.get_Count = [](INetFwRules*, LONG* pn) STDMETHODCALLTYPE { return Answer("Items.Count", CountOfEntries(), pn); };
-    t.get__NewEnum = [](INetFwRules*, IUnknown** pp) STDMETHODCALLTYPE { return Give("Items.NewEnum", reinterpret_cast<IUnknown*>(&s_Enum), pp); };
+    t.get__NewEnum = [](INetFwRules*, IUnknown** pp)
+                         STDMETHODCALLTYPE { return Give("Items.NewEnum", reinterpret_cast<IUnknown*>(&s_Enum), pp); };
 });
 
 INetFwAuthorizedApplications s_Apps = Object<INetFwAuthorizedApplications, &Ids::Enum>([](auto& t) {
     using P = INetFwAuthorizedApplications;
     t.get_Count = [](P*, LONG* pn) STDMETHODCALLTYPE { return Answer("Items.Count", CountOfEntries(), pn); };
-    t.get__NewEnum = [](P*, IUnknown** pp) STDMETHODCALLTYPE { return Give("Items.NewEnum", reinterpret_cast<IUnknown*>(&s_Enum), pp); };
+    t.get__NewEnum = [](P*, IUnknown** pp)
+                         STDMETHODCALLTYPE { return Give("Items.NewEnum", reinterpret_cast<IUnknown*>(&s_Enum), pp); };
 });
 
 const CFakeFirewall::CProfile& ProfileOf(NET_FW_PROFILE_TYPE2 eProfile)
@@ -145,30 +154,45 @@ INetFwPolicy2 s_Policy2 = Object<INetFwPolicy2, &Ids::Policy2>([](auto& t) {
     using P = INetFwPolicy2;
     using Action = NET_FW_ACTION;
     using T = NET_FW_PROFILE_TYPE2;
-    t.get_CurrentProfileTypes = [](P*, LONG* pn) STDMETHODCALLTYPE { return Answer("CurrentProfileTypes", s_pFirewall->nCurrent, pn); };
-    t.get_FirewallEnabled = [](P*, T e, VARIANT_BOOL* pb) STDMETHODCALLTYPE { return Answer("FirewallEnabled", ProfileOf(e).nEnabled, pb); };
-    t.get_BlockAllInboundTraffic = [](P*, T e, VARIANT_BOOL* pb) STDMETHODCALLTYPE { return Answer("BlockAll", ProfileOf(e).nBlockAll, pb); };
-    t.get_DefaultInboundAction = [](P*, T e, NET_FW_ACTION* p) STDMETHODCALLTYPE { return Answer("Inbound", Action(ProfileOf(e).nInbound), p); };
-    t.get_DefaultOutboundAction = [](P*, T e, NET_FW_ACTION* p) STDMETHODCALLTYPE { return Answer("Outbound", Action(ProfileOf(e).nOutbound), p); };
-    t.get_UnicastResponsesToMulticastBroadcastDisabled =
-        [](P*, T e, VARIANT_BOOL* pb) STDMETHODCALLTYPE { return Answer("Unicast", ProfileOf(e).nNoUnicast, pb); };
+    t.get_CurrentProfileTypes = [](P*, LONG* pn) STDMETHODCALLTYPE {
+        return Answer("CurrentProfileTypes", s_pFirewall->nCurrent, pn);
+    };
+    t.get_FirewallEnabled = [](P*, T e, VARIANT_BOOL* pb)
+                                STDMETHODCALLTYPE { return Answer("FirewallEnabled", ProfileOf(e).nEnabled, pb); };
+    t.get_BlockAllInboundTraffic = [](P*, T e, VARIANT_BOOL* pb)
+                                       STDMETHODCALLTYPE { return Answer("BlockAll", ProfileOf(e).nBlockAll, pb); };
+    t.get_DefaultInboundAction = [](P*, T e, NET_FW_ACTION* p)
+                                     STDMETHODCALLTYPE { return Answer("Inbound", Action(ProfileOf(e).nInbound), p); };
+    t.get_DefaultOutboundAction = [](P*, T e, NET_FW_ACTION* p) STDMETHODCALLTYPE {
+        return Answer("Outbound", Action(ProfileOf(e).nOutbound), p);
+    };
+    t.get_UnicastResponsesToMulticastBroadcastDisabled = [](P*, T e, VARIANT_BOOL* pb) STDMETHODCALLTYPE {
+        return Answer("Unicast", ProfileOf(e).nNoUnicast, pb);
+    };
     t.get_Rules = [](P*, INetFwRules** pp) STDMETHODCALLTYPE { return Give("Rules", &s_Rules, pp); };
 });
 
 INetFwProfile s_Profile = Object<INetFwProfile, &Ids::Enum>([](auto& t) {
     using P = INetFwProfile;
-    t.get_FirewallEnabled = [](P*, SHORT* pb) STDMETHODCALLTYPE { return Answer("FirewallEnabled", s_pFirewall->aProfiles[0].nEnabled, pb); };
-    t.get_AuthorizedApplications = [](INetFwProfile*, INetFwAuthorizedApplications** pp) STDMETHODCALLTYPE { return Give("Apps", &s_Apps, pp); };
+    t.get_FirewallEnabled = [](P*, SHORT* pb) STDMETHODCALLTYPE {
+        return Answer("FirewallEnabled", s_pFirewall->aProfiles[0].nEnabled, pb);
+    };
+    t.get_AuthorizedApplications = [](INetFwProfile*, INetFwAuthorizedApplications** pp)
+                                       STDMETHODCALLTYPE { return Give("Apps", &s_Apps, pp); };
 });
 
 INetFwPolicy s_Policy = Object<INetFwPolicy, &Ids::Enum>([](auto& t) {
-    t.get_CurrentProfile = [](INetFwPolicy*, INetFwProfile** pp) STDMETHODCALLTYPE { return Give("CurrentProfile", &s_Profile, pp); };
+    t.get_CurrentProfile = [](INetFwPolicy*, INetFwProfile** pp)
+                               STDMETHODCALLTYPE { return Give("CurrentProfile", &s_Profile, pp); };
 });
 
 INetFwMgr s_Mgr = Object<INetFwMgr, &Ids::Enum>([](auto& t) {
-    t.get_LocalPolicy = [](INetFwMgr*, INetFwPolicy** pp) STDMETHODCALLTYPE { return Give("LocalPolicy", &s_Policy, pp); };
+    t.get_LocalPolicy = [](INetFwMgr*, INetFwPolicy** pp)
+                            STDMETHODCALLTYPE { return Give("LocalPolicy", &s_Policy, pp); };
     using T = NET_FW_PROFILE_TYPE;
-    t.get_CurrentProfileType = [](INetFwMgr*, T* p) STDMETHODCALLTYPE { return Answer("CurrentProfileType", T(s_pFirewall->nCurrent), p); };
+    t.get_CurrentProfileType = [](INetFwMgr*, T* p) STDMETHODCALLTYPE {
+        return Answer("CurrentProfileType", T(s_pFirewall->nCurrent), p);
+    };
 });
 
 } // namespace

@@ -25,7 +25,7 @@ struct CFakeNetwork
     DWORD dwWlanError = ERROR_SUCCESS;
     std::vector<WLAN_INTERFACE_INFO> Interfaces{};
     std::map<DWORD, std::vector<WLAN_AVAILABLE_NETWORK>> Networks{}; // by the first number of the interface's id
-    int nWlanOpen = 0; // handles and lists
+    int nWlanOpen = 0;                                               // handles and lists
 };
 CFakeNetwork* s_pNetwork = nullptr;
 
@@ -79,7 +79,8 @@ void WINAPI FakeFree(void* pList)
 template <typename List, typename Row>
 void GiveList(const std::vector<Row>& rRows, List** ppList)
 {
-    auto* const pNumbers = static_cast<DWORD*>(::LocalAlloc(LMEM_ZEROINIT, 2 * sizeof(DWORD) + rRows.size() * sizeof(Row)));
+    auto* const pNumbers = static_cast<DWORD*>(
+        ::LocalAlloc(LMEM_ZEROINIT, 2 * sizeof(DWORD) + rRows.size() * sizeof(Row)));
     pNumbers[0] = static_cast<DWORD>(rRows.size());
     std::copy(rRows.begin(), rRows.end(), reinterpret_cast<Row*>(pNumbers + 2));
     *ppList = reinterpret_cast<List*>(pNumbers);
@@ -109,8 +110,10 @@ HMODULE WINAPI FakeLoad(const wchar_t* pPath, HANDLE, DWORD)
 FARPROC WINAPI FakeProc(HMODULE, const char* pName)
 {
     static const std::map<std::string, void*> Functions{
-        { "WlanOpenHandle", reinterpret_cast<void*>(&FakeOpen) }, { "WlanCloseHandle", reinterpret_cast<void*>(&FakeClose) },
-        { "WlanFreeMemory", reinterpret_cast<void*>(&FakeFree) }, { "WlanEnumInterfaces", reinterpret_cast<void*>(&FakeEnum) },
+        { "WlanOpenHandle", reinterpret_cast<void*>(&FakeOpen) },
+        { "WlanCloseHandle", reinterpret_cast<void*>(&FakeClose) },
+        { "WlanFreeMemory", reinterpret_cast<void*>(&FakeFree) },
+        { "WlanEnumInterfaces", reinterpret_cast<void*>(&FakeEnum) },
         { "WlanGetAvailableNetworkList", reinterpret_cast<void*>(&FakeNetworks) },
     };
     return reinterpret_cast<FARPROC>(Functions.at(pName));
@@ -129,7 +132,8 @@ WLAN_INTERFACE_INFO Interface(DWORD dwId, const wchar_t* pText)
     ::lstrcpynW(Info.strInterfaceDescription, pText, 256);
     return Info;
 }
-WLAN_AVAILABLE_NETWORK Network(const std::string& sSsid, ULONG ulLength, const wchar_t* pProfile, DWORD dwFlags, DWORD dwAuth, DWORD dwCipher)
+WLAN_AVAILABLE_NETWORK Network(const std::string& sSsid, ULONG ulLength, const wchar_t* pProfile, DWORD dwFlags,
+                               DWORD dwAuth, DWORD dwCipher)
 {
     WLAN_AVAILABLE_NETWORK Result{};
     std::fill(std::begin(Result.dot11Ssid.ucSSID), std::end(Result.dot11Ssid.ucSSID), '!');
@@ -151,11 +155,13 @@ IP_ADAPTER_INDEX_MAP Adapter(DWORD dwIndex, wchar_t cFill)
     return Map;
 }
 
-const CFakeFirewall Firewall{ { __uuidof(NetFwMgr), __uuidof(NetFwPolicy2), __uuidof(INetFwPolicy2), __uuidof(INetFwRule),
-                                __uuidof(INetFwAuthorizedApplication), __uuidof(IEnumVARIANT) },
-                              5,
-                              { { -1, 0, 0, 1, 0 }, { 1, -1, 2, 7, -1 }, { 0, 1, 1, 0, 1 } },
-                              { { L"Rule %d", L"C:\\a b.exe", -1, 1 }, { nullptr, nullptr, 0, 0 }, { L"", nullptr, 1, 9 } } };
+const CFakeFirewall Firewall{
+    { __uuidof(NetFwMgr), __uuidof(NetFwPolicy2), __uuidof(INetFwPolicy2), __uuidof(INetFwRule),
+      __uuidof(INetFwAuthorizedApplication), __uuidof(IEnumVARIANT) },
+    5,
+    { { -1, 0, 0, 1, 0 }, { 1, -1, 2, 7, -1 }, { 0, 1, 1, 0, 1 } },
+    { { L"Rule %d", L"C:\\a b.exe", -1, 1 }, { nullptr, nullptr, 0, 0 }, { L"", nullptr, 1, 9 } }
+};
 
 struct CRun
 {
@@ -198,7 +204,9 @@ CRun Collect(CFakeNetwork& rNetwork, CFakeFirewall& rFirewall)
 TEST(NetworkInfoCollector, DescribesTheNetwork)
 {
     CFakeNetwork network;
-    network.Addresses = { { 0x0100007F, 9, 0, 0, 0, 0, 0 }, { 0xFE01A8C0, 1, 0, 0, 0, 0, 0 }, { 0x01010101, 1, 0, 0, 0, 0, 0 } };
+    network.Addresses = { { 0x0100007F, 9, 0, 0, 0, 0, 0 },
+                          { 0xFE01A8C0, 1, 0, 0, 0, 0, 0 },
+                          { 0x01010101, 1, 0, 0, 0, 0, 0 } };
     network.Adapters = { Adapter(1, L'\0'), Adapter(2, L'n'), Adapter(3, L'\0') };
     network.dwTooMany = 100000;
     network.Interfaces = { Interface(0xAB, L"Radio %s"), Interface(1, L"") };
@@ -227,15 +235,17 @@ TEST(NetworkInfoCollector, KeepsTheBlocksApart)
                                         "-- InterfaceGUID : {00000002-0000-0000-0000-000000000000}\n",
                                         ""));
     const std::string sClass = "[CNetworkInfoCollector::";
-    EXPECT_THAT(run.Records,
-                ElementsAre(sClass + "collectIpAddress] GetInterfaceInfo(NULL) failed. [232]",
-                            sClass + "Collect] collectIpAddress() failed. [0x800700E8]",
-                            sClass + "collectApInfo] WlanGetAvailableNetworkList() failed. [1168]",
-                            sClass + "collectWlanInfo] collectApInfo({00000002-0000-0000-0000-000000000000}) failed. [0x80070490]",
-                            sClass + "Collect] collectWlanInfo() failed. [0x80070490]",
-                            sClass + "collectFirewallInfoForVistaOrLater] WFCOMInitialize() failed.[0x80004001]",
-                            sClass + "collectFirewallInfo] collectFirewallInfo() failed.[0x80004001]",
-                            sClass + "Collect] collectFirewallInfo() failed. [0x80004001]"));
+    EXPECT_THAT(
+        run.Records,
+        ElementsAre(sClass + "collectIpAddress] GetInterfaceInfo(NULL) failed. [232]",
+                    sClass + "Collect] collectIpAddress() failed. [0x800700E8]",
+                    sClass + "collectApInfo] WlanGetAvailableNetworkList() failed. [1168]",
+                    sClass +
+                        "collectWlanInfo] collectApInfo({00000002-0000-0000-0000-000000000000}) failed. [0x80070490]",
+                    sClass + "Collect] collectWlanInfo() failed. [0x80070490]",
+                    sClass + "collectFirewallInfoForVistaOrLater] WFCOMInitialize() failed.[0x80004001]",
+                    sClass + "collectFirewallInfo] collectFirewallInfo() failed.[0x80004001]",
+                    sClass + "Collect] collectFirewallInfo() failed. [0x80004001]"));
     network.dwWlanError = ERROR_SERVICE_NOT_ACTIVE;
     run = Collect(network, firewall);
     EXPECT_EQ(run.Blocks[1], "* Windows Zero Configuration Info\n");
@@ -286,8 +296,8 @@ TEST(NetworkInfoCollector, EndsAFirewallProfileAtItsFailure)
         }
         ASSERT_EQ(run.Blocks.size(), 3u);
         EXPECT_EQ(run.Blocks[2], sExpected) << rFailure.pCall;
-        const std::string sRecord =
-            std::string("[CNetworkInfoCollector::get_FirewallSettings_PerProfileType] ") + rFailure.pRecord + " failed.[0x80004001]";
+        const std::string sRecord = std::string("[CNetworkInfoCollector::get_FirewallSettings_PerProfileType] ") +
+                                    rFailure.pRecord + " failed.[0x80004001]";
         EXPECT_THAT(std::vector(run.Records.end() - 3, run.Records.end()), ElementsAre(sRecord, sRecord, sRecord));
     }
 }
@@ -295,8 +305,8 @@ TEST(NetworkInfoCollector, EndsAFirewallProfileAtItsFailure)
 // The older interface: nothing before all objects are there.
 TEST(NetworkInfoCollector, AsksTheOlderFirewall)
 {
-    constexpr const char* Head =
-        "* Windows Firewall Info\n** Current Profile Type is NET_FW_PROFILE_STANDARD\n- Firewall is enable\n-- Application count is 3\n";
+    constexpr const char* Head = "* Windows Firewall Info\n** Current Profile Type is NET_FW_PROFILE_STANDARD\n- "
+                                 "Firewall is enable\n-- Application count is 3\n";
     const std::string sApp = "-- Rule %d\n--- C:\\a b.exe\n--- Application is enable.\n";
     const struct
     {
@@ -331,8 +341,8 @@ TEST(NetworkInfoCollector, AsksTheOlderFirewall)
         EXPECT_EQ(run.Blocks[2], rCase.sBlock) << rCase.pCall;
         if (rCase.pRecord == nullptr)
             continue;
-        EXPECT_THAT(run.Records,
-                    Contains(std::string("[CNetworkInfoCollector::collectFirewallInfoForXP] ") + rCase.pRecord + " failed.[0x80004001]"));
+        EXPECT_THAT(run.Records, Contains(std::string("[CNetworkInfoCollector::collectFirewallInfoForXP] ") +
+                                          rCase.pRecord + " failed.[0x80004001]"));
     }
 }
 

@@ -11,7 +11,8 @@
 inline std::string ReportBody(const std::wstring& sPath)
 {
     std::string sText = ReadBytes(sPath);
-    static const std::regex Banner("^_{48}\r\n\\[\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\] Version \\d+\\.\\d+\\.\\d+\\.\\d+\r\n");
+    static const std::regex Banner(
+        "^_{48}\r\n\\[\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\] Version \\d+\\.\\d+\\.\\d+\\.\\d+\r\n");
     std::smatch match;
     if (!std::regex_search(sText, match, Banner))
         ADD_FAILURE() << "no banner: " << sText;

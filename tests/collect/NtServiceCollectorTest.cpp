@@ -44,13 +44,17 @@ SC_HANDLE WINAPI FakeOpen(SC_HANDLE, const wchar_t* pName, DWORD)
     s_pManager->Percentages.push_back(CKelvarinApp::GetApp().m_ProgressDlg.GetPercentage());
     if (s_pManager->pLocked != nullptr && std::wstring(s_pManager->pLocked) == pName)
         return Fail(ERROR_ACCESS_DENIED), nullptr;
-    const auto it = std::ranges::find_if(s_pManager->Services, [&](const CService& r) { return std::wstring(r.pName) == pName; });
+    const auto it = std::ranges::find_if(s_pManager->Services,
+                                         [&](const CService& r) { return std::wstring(r.pName) == pName; });
     return reinterpret_cast<SC_HANDLE>(it - s_pManager->Services.begin() + 1);
 }
-BOOL WINAPI FakeClose(SC_HANDLE) { return TRUE; }
+BOOL WINAPI FakeClose(SC_HANDLE)
+{
+    return TRUE;
+}
 
-BOOL WINAPI FakeEnum(SC_HANDLE, DWORD dwType, DWORD dwState, ENUM_SERVICE_STATUSW* pStatus, DWORD dwSize, DWORD* pdwNeeded, DWORD* pdwCount,
-                     DWORD* pdwResume)
+BOOL WINAPI FakeEnum(SC_HANDLE, DWORD dwType, DWORD dwState, ENUM_SERVICE_STATUSW* pStatus, DWORD dwSize,
+                     DWORD* pdwNeeded, DWORD* pdwCount, DWORD* pdwResume)
 {
     EXPECT_TRUE(dwType == 48 && dwState == 3 && *pdwResume == 0);
     const std::size_t nVisible = s_pManager->Services.size() - std::exchange(s_pManager->nHidden, 0);
@@ -115,8 +119,10 @@ TEST(NtServiceCollector, ListsTheServicesUpToTheFirstFailure)
     EXPECT_THAT(manager.Percentages, ElementsAre(0, 25, 50, 75));
     EXPECT_EQ(CKelvarinApp::GetApp().m_ProgressDlg.GetStatusText(), L"Collecting NT Service Info...End");
     manager.pLocked = L"Beta";
-    EXPECT_EQ(Collect(manager, HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)), sGolden.substr(0, sGolden.find("StartType    : SERVICE_DISABLED")));
-    EXPECT_THAT(watch.Records(), ElementsAre(::testing::HasSubstr("[CNtServiceCollector::Collect] OpenService( \"Beta\" ) failed.[5]")));
+    EXPECT_EQ(Collect(manager, HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED)),
+              sGolden.substr(0, sGolden.find("StartType    : SERVICE_DISABLED")));
+    EXPECT_THAT(watch.Records(),
+                ElementsAre(::testing::HasSubstr("[CNtServiceCollector::Collect] OpenService( \"Beta\" ) failed.[5]")));
 }
 
 } // namespace

@@ -113,8 +113,11 @@ HRESULT Collect(CFakeSystem& rSystem, const std::wstring& sPath)
 TEST(ProcessInfoCollector, ListsProcessesAndModules)
 {
     CFakeSystem system{ { { 4, L"System", ERROR_ACCESS_DENIED, {} },
-                          { 0x1F00, L"player.exe", ERROR_SUCCESS, { { L"player.exe", L"C:\\P\\player.exe", 4096, 0x400000 },
-                                                                    { L"%s.dll", L"C:\\%n", 0xFFFFFFFF, 0x80000000 } } },
+                          { 0x1F00,
+                            L"player.exe",
+                            ERROR_SUCCESS,
+                            { { L"player.exe", L"C:\\P\\player.exe", 4096, 0x400000 },
+                              { L"%s.dll", L"C:\\%n", 0xFFFFFFFF, 0x80000000 } } },
                           { 0x10, L"gone.exe", ERROR_SUCCESS, {} } } };
     const CTestFolder folder;
     const CLogWatch watch;
@@ -133,13 +136,17 @@ TEST(ProcessInfoCollector, ReportsWhatFails)
     const CLogWatch watch;
     CFakeSystem system{ {}, ERROR_BAD_LENGTH };
     EXPECT_EQ(Collect(system, folder.Path()), HRESULT_FROM_WIN32(ERROR_BAD_LENGTH));
-    EXPECT_EQ(ReportBody(folder / L"RunningProcessesDetail.txt"), "::CreateToolhelp32Snapshot( TH32CS_SNAPPROCESS ) failed. [0x80070018]\n");
+    EXPECT_EQ(ReportBody(folder / L"RunningProcessesDetail.txt"),
+              "::CreateToolhelp32Snapshot( TH32CS_SNAPPROCESS ) failed. [0x80070018]\n");
     EXPECT_EQ(ReportBody(folder / L"RunningProcesses.txt"), "");
     CFakeSystem empty;
     EXPECT_EQ(Collect(empty, folder.Path()), HRESULT_FROM_WIN32(ERROR_NO_MORE_FILES));
     EXPECT_THAT(empty.Privileges, ElementsAre());
-    const std::string sNoToken = "[CProcessInfoCollector::EnableDebugPrivilege] OpenProcessToken( TOKEN_ADJUST_PRIVILEGES ) failed.[0x80070005]";
-    EXPECT_THAT(watch.Records(), ElementsAre(sNoToken, sNoToken, "[CProcessInfoCollector::Collect] ::Process32First() failed.[0x80070012]"));
+    const std::string sNoToken =
+        "[CProcessInfoCollector::EnableDebugPrivilege] OpenProcessToken( TOKEN_ADJUST_PRIVILEGES ) failed.[0x80070005]";
+    EXPECT_THAT(
+        watch.Records(),
+        ElementsAre(sNoToken, sNoToken, "[CProcessInfoCollector::Collect] ::Process32First() failed.[0x80070012]"));
 }
 
 } // namespace

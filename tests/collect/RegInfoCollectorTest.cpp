@@ -29,10 +29,13 @@ TEST(RegInfoCollector, SavesEachTreeThatIsThere)
     const std::wstring sWindows = L"Software\\Microsoft\\Windows\\CurrentVersion";
     int nMark = 0;
     const std::wstring sMicrosoft = L"Software\\Microsoft\\", sEnum = L"SYSTEM\\CurrentControlSet\\Enum\\";
-    for (const std::wstring& sPath : { sMicrosoft + L"Windows NT\\CurrentVersion\\AppCompatFlags", L"Software\\Classes\\VirtualStore\\MACHINE\\Software\\Tolvane Corporation"s })
+    for (const std::wstring& sPath : { sMicrosoft + L"Windows NT\\CurrentVersion\\AppCompatFlags",
+                                       L"Software\\Classes\\VirtualStore\\MACHINE\\Software\\Tolvane Corporation"s })
         roots.User(sPath).SetText(L"mark", std::to_wstring(++nMark));
-    for (const std::wstring& sPath : { sMicrosoft + L"Windows NT\\CurrentVersion\\AppCompatFlags", sWindows + L"\\Policies", sWindows + L"\\Uninstall",
-                                       sWindows + L"\\Installer", sEnum + L"STORAGE\\Volume", sEnum + L"USB", sEnum + L"USBSTOR", L"Software\\ASIO"s })
+    for (const std::wstring& sPath :
+         { sMicrosoft + L"Windows NT\\CurrentVersion\\AppCompatFlags", sWindows + L"\\Policies",
+           sWindows + L"\\Uninstall", sWindows + L"\\Installer", sEnum + L"STORAGE\\Volume", sEnum + L"USB",
+           sEnum + L"USBSTOR", L"Software\\ASIO"s })
         roots.Machine(sPath).SetText(L"mark", std::to_wstring(++nMark));
     roots.Enter();
     const CImportPatch<decltype(WatchedSave)> patch("RegSaveKeyW", WatchedSave);

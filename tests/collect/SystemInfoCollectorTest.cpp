@@ -38,8 +38,8 @@ LCID WINAPI FakeLocale()
 {
     return 0x411;
 }
-BOOL WINAPI FakeProcess(const wchar_t*, wchar_t* pLine, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD, void*, const wchar_t*, STARTUPINFOW*,
-                        PROCESS_INFORMATION*)
+BOOL WINAPI FakeProcess(const wchar_t*, wchar_t* pLine, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD, void*,
+                        const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION*)
 {
     g_CommandLines.push_back(pLine);
     ::SetLastError(ERROR_FILE_NOT_FOUND);
@@ -53,7 +53,8 @@ TEST(SystemInfoCollector, WritesTheReport)
     const CTestFolder folder;
     // Of the files of the report the one that Wine has no version of its own for.
     ASSERT_TRUE(::CopyFileW(ModulePath().c_str(), (folder / L"l3codecp.acm").c_str(), TRUE));
-    const CScratchKey updates(L"Microsoft\\Updates"), update(L"Microsoft\\Updates\\Media"), fix(L"Microsoft\\Updates\\Media\\KB1");
+    const CScratchKey updates(L"Microsoft\\Updates"), update(L"Microsoft\\Updates\\Media"),
+        fix(L"Microsoft\\Updates\\Media\\KB1");
     updates.SetText(L"", L"all");
     fix.SetText(L"Installed", L"1");
     fix.SetDword(L"Kind", 0xAB);
@@ -67,13 +68,18 @@ TEST(SystemInfoCollector, WritesTheReport)
     EXPECT_EQ(g_CommandLines.size(), 1u);
     g_CommandLines.clear();
     EXPECT_EQ(CSystemInfoCollector().Collect(sOut, false), S_OK);
-    std::string sReport = std::regex_replace(ReportBody(sOut + L"\\Windows.txt"), std::regex("Time Zone : [^\n]+"), "Time Zone : *");
+    std::string sReport = std::regex_replace(ReportBody(sOut + L"\\Windows.txt"), std::regex("Time Zone : [^\n]+"),
+                                             "Time Zone : *");
     sReport = std::regex_replace(sReport, std::regex("\\d{4}/\\d\\d/\\d\\d, \\d\\d:\\d\\d:\\d\\d<LF>"), "*<LF>");
-    EXPECT_EQ(std::regex_replace(sReport, std::regex("DirectX \\d\\.\\d\\w installed"), "DirectX * installed"), Golden(L"Windows.txt"));
+    EXPECT_EQ(std::regex_replace(sReport, std::regex("DirectX \\d\\.\\d\\w installed"), "DirectX * installed"),
+              Golden(L"Windows.txt"));
     ASSERT_EQ(g_CommandLines.size(), 2u);
-    EXPECT_THAT(Utf8(g_CommandLines[0]), EndsWith("\\cmd.exe\" /c systeminfo > \"" + Utf8(sOut) + "\\systeminfo.txt\""));
-    EXPECT_THAT(Utf8(g_CommandLines[1]), EndsWith("Shared\\MSInfo\\msinfo32.exe\" /nfo \"" + Utf8(sOut) + "\\msinfo32.nfo\""));
-    for (const wchar_t* const pName : { L"\\NtService.txt", L"\\RunningProcesses.txt", L"\\RunningProcessesDetail.txt", L"\\NetworkInfo.txt" })
+    EXPECT_THAT(Utf8(g_CommandLines[0]),
+                EndsWith("\\cmd.exe\" /c systeminfo > \"" + Utf8(sOut) + "\\systeminfo.txt\""));
+    EXPECT_THAT(Utf8(g_CommandLines[1]),
+                EndsWith("Shared\\MSInfo\\msinfo32.exe\" /nfo \"" + Utf8(sOut) + "\\msinfo32.nfo\""));
+    for (const wchar_t* const pName :
+         { L"\\NtService.txt", L"\\RunningProcesses.txt", L"\\RunningProcessesDetail.txt", L"\\NetworkInfo.txt" })
         EXPECT_NE(ReportBody(sOut + pName), "") << Utf8(pName);
 }
 

@@ -33,7 +33,8 @@ std::string Report(const CTestFolder& rFolder)
 
 HRESULT Collect(const CTestFolder& rFolder, const std::wstring& sNuvex = L"\\nuvex")
 {
-    return CVlmInfoCollector().Collect(rFolder / L"repository", sNuvex.empty() ? sNuvex : rFolder.Path() + sNuvex, Registry, rFolder / L"out");
+    return CVlmInfoCollector().Collect(rFolder / L"repository", sNuvex.empty() ? sNuvex : rFolder.Path() + sNuvex,
+                                       Registry, rFolder / L"out");
 }
 
 // The report's every line is read by the support desk and its scripts; a second run replaces it.
@@ -46,8 +47,8 @@ TEST(VlmInfoCollector, ReportsAnInstalledProduct)
     const CScratchKey product(L"KelvarinVlm"), area(L"KelvarinVlm\\PD\\{E1E50A82-ADC9-4263-A175-9454A6A4D7AA}");
     product.SetText(L"InstallerVersion", L"7.2.1.4");
     area.SetDword(L"AreaCode", 42);
-    const CScratchKey bare(Uninstall + L"Velmora HotFix"), first(Uninstall + L"Velmora HotFix 1"), second(Uninstall + L"Velmora HotFix 2"),
-        otherCase(Uninstall + L"Velmora Hotfix 3");
+    const CScratchKey bare(Uninstall + L"Velmora HotFix"), first(Uninstall + L"Velmora HotFix 1"),
+        second(Uninstall + L"Velmora HotFix 2"), otherCase(Uninstall + L"Velmora Hotfix 3");
     bare.SetText(L"DisplayName", L"Bare");
     first.SetText(L"DisplayName", L"First");
     otherCase.SetText(L"DisplayName", L"Other");
@@ -65,9 +66,12 @@ TEST(VlmInfoCollector, ReportsAnInstalledProduct)
         EXPECT_EQ(Collect(folder), S_OK);
         EXPECT_EQ(Report(folder), Golden(L"VlmInfoInstalled.txt"));
     }
-    const std::pair<const wchar_t*, const char*> aLists[] = { { L"Velmora", "a.tvm" }, { L"Nuvex", "n.dll" }, { L"VirtualStore", "v.ini" } };
+    const std::pair<const wchar_t*, const char*> aLists[] = { { L"Velmora", "a.tvm" },
+                                                              { L"Nuvex", "n.dll" },
+                                                              { L"VirtualStore", "v.ini" } };
     for (const auto& [pCsv, pFile] : aLists)
-        EXPECT_THAT(ReadBytes(folder / L"out\\" + pCsv + L".csv"), HasSubstr("\r\n\"" + std::string(pFile) + "\",")) << pFile;
+        EXPECT_THAT(ReadBytes(folder / L"out\\" + pCsv + L".csv"), HasSubstr("\r\n\"" + std::string(pFile) + "\","))
+            << pFile;
     EXPECT_EQ(sysInfo.nReferences, 0);
 }
 

@@ -64,12 +64,14 @@ TEST(Environment, ReadsTheRootAttributes)
         const char* pAttributes;
         const wchar_t *pSxsId, *pRegistryPath;
         bool bSxS;
+        // clang-format off
     } aCases[] = {
         { "", L"__none__", L"SOFTWARE\\Tolvane Corporation\\Velmora", false },
         { "sxs-id='__None__' registry-path='HKEY_LOCAL_MACHINE\\A\\HKEY_LOCAL_MACHINE\\B' other='x'", L"__None__", L"A\\B", false },
         { "sxs-id='a b' registry-path=''", L"a b", L"", true },
         { "registry-path='HKEY_LOCAL_MACHINE'", L"__none__", L"HKEY_LOCAL_MACHINE", false },
     };
+    // clang-format on
     const CFakeSystem system;
     for (const auto& rCase : aCases)
     {

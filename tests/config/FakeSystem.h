@@ -21,7 +21,10 @@ public:
 
 private:
     static LCID WINAPI Locale() { return s_pSystem->m_nLocale; }
-    static void WINAPI SystemInfo(SYSTEM_INFO* pInfo) { pInfo->wProcessorArchitecture = static_cast<WORD>(s_pSystem->m_nArchitecture); }
+    static void WINAPI SystemInfo(SYSTEM_INFO* pInfo)
+    {
+        pInfo->wProcessorArchitecture = static_cast<WORD>(s_pSystem->m_nArchitecture);
+    }
     static BOOL WINAPI IsWow64(HANDLE, BOOL* pbAnswer)
     {
         *pbAnswer = s_pSystem->m_bWow64;
@@ -30,14 +33,18 @@ private:
     static FARPROC WINAPI Function(HMODULE hModule, const char* pName)
     {
         if (std::strcmp(pName, "GetNativeSystemInfo") == 0)
-            return s_pSystem->m_nArchitecture == NoFunction ? nullptr : reinterpret_cast<FARPROC>(reinterpret_cast<void*>(SystemInfo));
+            return s_pSystem->m_nArchitecture == NoFunction
+                       ? nullptr
+                       : reinterpret_cast<FARPROC>(reinterpret_cast<void*>(SystemInfo));
         if (std::strcmp(pName, "IsWow64Process") == 0)
             return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(IsWow64));
         return s_pSystem->m_Function.Original()(hModule, pName);
     }
     static HRESULT WINAPI Folder(HWND, int nCsidl, HANDLE, DWORD, wchar_t* pPath)
     {
-        ::lstrcpyW(pPath, nCsidl == CSIDL_PROGRAM_FILES ? L"C:\\Programs" : nCsidl == CSIDL_PROGRAM_FILES_COMMON ? L"C:\\Common" : L"C:\\System");
+        ::lstrcpyW(pPath, nCsidl == CSIDL_PROGRAM_FILES          ? L"C:\\Programs"
+                          : nCsidl == CSIDL_PROGRAM_FILES_COMMON ? L"C:\\Common"
+                                                                 : L"C:\\System");
         return S_OK;
     }
 

@@ -22,7 +22,8 @@ struct CLoaded
     HRESULT Load(const std::string& sContent, const char* pSxsId = "__none__")
     {
         const CTestFolder folder;
-        return Config.Load(folder.Write(L"Kelvarin.xml", std::string("<installchecker sxs-id='") + pSxsId + "'>" + sContent + "</installchecker>"));
+        return Config.Load(folder.Write(L"Kelvarin.xml", std::string("<installchecker sxs-id='") + pSxsId + "'>" +
+                                                             sContent + "</installchecker>"));
     }
 };
 
@@ -37,7 +38,8 @@ std::vector<std::string> Files(const CConfigFile& rConfig)
 {
     std::vector<std::string> Lines;
     for (const CFileInfo& rInfo : rConfig.m_FileInfos)
-        Lines.push_back(Utf8(rInfo.sPath + L'|' + rInfo.sVersion + L'|' + rInfo.sSize + L'|' + rInfo.sSha1 + L'|' + rInfo.sDigitalSignature));
+        Lines.push_back(Utf8(rInfo.sPath + L'|' + rInfo.sVersion + L'|' + rInfo.sSize + L'|' + rInfo.sSha1 + L'|' +
+                             rInfo.sDigitalSignature));
     return Lines;
 }
 
@@ -50,7 +52,8 @@ std::vector<std::string> Values(const CConfigFile& rConfig)
         std::wstring sBytes;
         for (DWORD n = 0; n < rInfo.Data.Length(); ++n)
             sBytes += FormatText(L"%02X", rInfo.Data.Data()[n]);
-        Lines.push_back(Utf8(FormatText(L"%s|%s|%s|%u|%s%s", rInfo.sRootKeyName, rInfo.sKeyPath, rInfo.sValueName, rInfo.dwType, sBytes, rInfo.bWow64Key ? L"|64" : L"")));
+        Lines.push_back(Utf8(FormatText(L"%s|%s|%s|%u|%s%s", rInfo.sRootKeyName, rInfo.sKeyPath, rInfo.sValueName,
+                                        rInfo.dwType, sBytes, rInfo.bWow64Key ? L"|64" : L"")));
     }
     return Lines;
 }
@@ -60,7 +63,8 @@ std::vector<std::string> Objects(const CConfigFile& rConfig)
     std::vector<std::string> Lines;
     for (const CComObjectInfo& rInfo : rConfig.m_ComObjectInfos)
     {
-        std::string sLine = Utf8(FormatText(L"%s|%d %d %d|%s|", rInfo.sName, rInfo.nApartment, rInfo.bAllApartments ? 1 : 0, rInfo.nRegType, rInfo.sFilePath));
+        std::string sLine = Utf8(FormatText(L"%s|%d %d %d|%s|", rInfo.sName, rInfo.nApartment,
+                                            rInfo.bAllApartments ? 1 : 0, rInfo.nRegType, rInfo.sFilePath));
         sLine += GuidText(rInfo.clsid);
         for (const auto& [sName, iid] : rInfo.Interfaces)
             sLine += '|' + Utf8(sName) + GuidText(iid);
@@ -98,13 +102,16 @@ TEST(Manifest, BecomesRecordsInItsOrder)
   </coclass>
   <coclass name="C" clsid="{00000001-0000-0000-0000-000000000000}" reg-type="Sxs-Dummy"/>
 </com-infos>
-<file-infos><directory name="D:\"><file name="z"/></directory></file-infos>)"), S_OK);
+<file-infos><directory name="D:\"><file name="z"/></directory></file-infos>)"),
+              S_OK);
     const CConfigFile& rConfig = loaded.Config;
-    EXPECT_THAT(Files(rConfig), ElementsAre("C:\\Programs\\P\\a|1|2|3|4", "C:\\Programs\\?[system]?||||", "||||", "D:\\z||||"));
+    EXPECT_THAT(Files(rConfig),
+                ElementsAre("C:\\Programs\\P\\a|1|2|3|4", "C:\\Programs\\?[system]?||||", "||||", "D:\\z||||"));
     EXPECT_THAT(rConfig.m_NtServiceInfos, ElementsAre(L"B", L"", L"?[system]?"));
     const std::string U = Unknown, Z = Zero, O = One;
-    EXPECT_THAT(Objects(rConfig), ElementsAre("IUnknown|2 1 0|C:\\System\\c.dll|" + U + "|I1" + O + "|INone" + Z + "|IUNKNOWN" + U, "C|2 1 2||" + O,
-                                              "F|0 0 1|f|" + Z + "|INone" + Z + "|IUnknown" + U));
+    EXPECT_THAT(Objects(rConfig),
+                ElementsAre("IUnknown|2 1 0|C:\\System\\c.dll|" + U + "|I1" + O + "|INone" + Z + "|IUNKNOWN" + U,
+                            "C|2 1 2||" + O, "F|0 0 1|f|" + Z + "|INone" + Z + "|IUnknown" + U));
     ASSERT_EQ(rConfig.m_NoRegisteredComObjectInfos.size(), 2u);
     EXPECT_EQ(Utf8(rConfig.m_NoRegisteredComObjectInfos[0].sPath), "C:\\System\\x\\t.dll");
     EXPECT_EQ(GuidText(rConfig.m_NoRegisteredComObjectInfos[0].clsid), Unknown);
@@ -124,12 +131,17 @@ TEST(Manifest, ConvertsRegistryValuesByTheirType)
   <value name="q" type="REG_QWORD" value="6442450944" wow64-64key="TRUE"/><value name="Q" type="REG_QWORD" value="-9223372036854775808" wow64-64key="1"/>
   <value name="b" type="REG_BINARY" value="00fFa1" wow64-64key="yes"/><value name="odd" type="REG_BINARY" value="01020"/><value name="bad" type="REG_BINARY" value="01g203"/><value name="none" type="REG_BINARY"/>
   <value name="multi %s" type="REG_MULTI_SZ %s" value="x"/><value name="after" type="REG_DWORD" value=" 7"/>
-</key></registry-infos>)"), S_OK);
+</key></registry-infos>)"),
+              S_OK);
     const std::string K = "HKEY_LOCAL_MACHINE|A\\?[system]?\\\\B|";
-    EXPECT_THAT(Values(loaded.Config), ElementsAre(K + "?[system]?|1|43003A005C00530079007300740065006D00B1030000", K + "|1|0000", K + "d|4|030C0000",
-                                                   K + "-|4|FFFFFFFF", K + "+|4|FFFFFF7F", K + "h|4|00000000", K + "q|11|0000008001000000|64",
-                                                   K + "Q|11|0000000000000080|64", K + "b|3|00FFA1", K + "odd|3|0102", K + "bad|3|010000", K + "none|3|", K + "after|4|07000000"));
-    EXPECT_THAT(watch.Records(), ::testing::Contains("[CConfigFile::LoadRegistryKeyValue] Value Type is not supported.[\"REG_MULTI_SZ %s\"]"));
+    EXPECT_THAT(Values(loaded.Config),
+                ElementsAre(K + "?[system]?|1|43003A005C00530079007300740065006D00B1030000", K + "|1|0000",
+                            K + "d|4|030C0000", K + "-|4|FFFFFFFF", K + "+|4|FFFFFF7F", K + "h|4|00000000",
+                            K + "q|11|0000008001000000|64", K + "Q|11|0000000000000080|64", K + "b|3|00FFA1",
+                            K + "odd|3|0102", K + "bad|3|010000", K + "none|3|", K + "after|4|07000000"));
+    EXPECT_THAT(
+        watch.Records(),
+        ::testing::Contains("[CConfigFile::LoadRegistryKeyValue] Value Type is not supported.[\"REG_MULTI_SZ %s\"]"));
 }
 
 // A value for another language, processor or variant would fail here although nothing is wrong.
@@ -169,8 +181,8 @@ TEST(Manifest, FiltersRegistryValues)
     }
 }
 
-// A manifest that cannot be used stops the run with a reason, not with an empty and so successful check. (What is no XML
-// at all is tried with the whole program.)
+// A manifest that cannot be used stops the run with a reason, not with an empty and so successful check. (What is no
+// XML at all is tried with the whole program.)
 TEST(Manifest, TellsWhyItCannotBeLoaded)
 {
     const struct
@@ -178,12 +190,14 @@ TEST(Manifest, TellsWhyItCannotBeLoaded)
         const char* pText;
         const char* pStep;
         const char* pReason;
+        // clang-format off
     } aCases[] = {
         { "<InstallChecker/>", "LoadEnvironment", "pXmlDoc->selectSingleNode() failed.[0x00000001]" },
         { "<a><installchecker/></a>", "LoadEnvironment", "pXmlDoc->selectSingleNode() failed.[0x00000001]" },
         { "<installchecker><com-infos><coclass name='b' reg-type='%s'/></com-infos></installchecker>", "LoadComObjectInfos", "found unknown registory type." },
         { "<installchecker><directshow-filter-infos><coclass/></directshow-filter-infos></installchecker>", "LoadDsFilterObjectInfos", "found unknown registory type." },
     };
+    // clang-format on
     const CTestFolder folder;
     for (const auto& rCase : aCases)
     {
@@ -193,7 +207,8 @@ TEST(Manifest, TellsWhyItCannotBeLoaded)
         EXPECT_EQ(CConfigFile().Load(sPath), E_FAIL) << rCase.pText;
         const std::string sStep = rCase.pStep;
         EXPECT_THAT(watch.Records(), ::testing::IsSupersetOf({ "[CConfigFile::" + sStep + "] " + rCase.pReason,
-                                                               "[CConfigFile::Load] " + sStep + "() failed.[0x80004005] \"" + Utf8(sPath) + '"' }));
+                                                               "[CConfigFile::Load] " + sStep +
+                                                                   "() failed.[0x80004005] \"" + Utf8(sPath) + '"' }));
     }
 }
 
@@ -202,9 +217,15 @@ TEST(Manifest, StandsHostileContent)
 {
     const std::string sLong(65536, 'L');
     CLoaded loaded;
-    ASSERT_EQ(loaded.Load("<file-infos><directory><file name='" + sLong + "' version='%s%n&quot;&amp;&lt;%d' size='" + sLong + "'/></directory></file-infos>"
-                          "<nt-service-infos><nt-service name='" + sLong + "%s'/></nt-service-infos>"
-                          "<registry-infos><key name='%n'><value type='REG_SZ' value='" + sLong + "'/></key></registry-infos>"), S_OK);
+    ASSERT_EQ(loaded.Load("<file-infos><directory><file name='" + sLong + "' version='%s%n&quot;&amp;&lt;%d' size='" +
+                          sLong +
+                          "'/></directory></file-infos>"
+                          "<nt-service-infos><nt-service name='" +
+                          sLong +
+                          "%s'/></nt-service-infos>"
+                          "<registry-infos><key name='%n'><value type='REG_SZ' value='" +
+                          sLong + "'/></key></registry-infos>"),
+              S_OK);
     EXPECT_THAT(Files(loaded.Config), ElementsAre(sLong + "|%s%n\"&<%d|" + sLong + "||"));
     EXPECT_EQ(Utf8(loaded.Config.m_NtServiceInfos.at(0)), sLong + "%s");
     EXPECT_EQ(loaded.Config.m_RegistryInfos.at(0).Data.Length(), 65537u * 2);
@@ -218,7 +239,8 @@ TEST(Manifest, LiesInAFolderOfAnyName)
     for (const wchar_t* pName : { L"a%20b", L"100%", L"#1 & ;", L"\u65E5\u672C\u0E01 \u00FC", L"%41#%zz \u00FC" })
     {
         CConfigFile config;
-        EXPECT_EQ(config.Load(folder.Write(pName + std::wstring(L"\\m.xml"), "<installchecker sxs-id='x'/>")), S_OK) << Utf8(pName);
+        EXPECT_EQ(config.Load(folder.Write(pName + std::wstring(L"\\m.xml"), "<installchecker sxs-id='x'/>")), S_OK)
+            << Utf8(pName);
         EXPECT_EQ(config.m_sSxsId, L"x");
     }
 }

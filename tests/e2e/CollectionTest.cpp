@@ -13,10 +13,16 @@ namespace
 {
 
 using ::testing::EndsWith;
-using ::testing::Not;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
-enum class Form { Lines, Banner, Empty, Other };
+enum class Form
+{
+    Lines,
+    Banner,
+    Empty,
+    Other
+};
 
 const std::map<std::string, Form> Files = {
     { "Application\\InstalledPrograms.csv", Form::Lines },
@@ -46,6 +52,7 @@ const std::map<std::string, Form> Files = {
 };
 
 // Parts of the failure records that such a PC must leave; whatever else says "failed" is a fault.
+// clang-format off
 constexpr const char* Explained[] = {
     // the product is not installed
     "CoCreateInstance(VlmSxs) failed: 0x80040154", "Tolvane Corporation", "::OutputVlmRegion] ", "OutputVlmRegion() failed. [0x80040154]",
@@ -62,6 +69,7 @@ constexpr const char* Explained[] = {
     // a drive that is a folder of the host
     "\\\\.\\Z:", "GetDriveInfo( Z: ) failed.",
 };
+// clang-format on
 
 void CheckForm(const std::wstring& sPath, Form eForm)
 {
@@ -74,7 +82,8 @@ void CheckForm(const std::wstring& sPath, Form eForm)
     }
     if (eForm == Form::Banner)
     {
-        static const std::regex Banner("^_{48}\r\n\\[\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\] Version 1\\.0\\.0\\.0\r\n");
+        static const std::regex Banner(
+            "^_{48}\r\n\\[\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\] Version 1\\.0\\.0\\.0\r\n");
         EXPECT_TRUE(std::regex_search(sBytes, Banner));
     }
 }
@@ -106,7 +115,8 @@ TEST(Collection, LeavesTheWholeFolderAndNoUnexplainedRecord)
         EXPECT_THAT(Found, ::testing::UnorderedElementsAreArray(Expected));
         for (const CLogLine& rLine : installation.LogLines())
         {
-            const bool bExplained = std::ranges::any_of(Explained, [&](const char* pPart) { return rLine.sText.find(pPart) != std::string::npos; });
+            const bool bExplained = std::ranges::any_of(
+                Explained, [&](const char* pPart) { return rLine.sText.find(pPart) != std::string::npos; });
             EXPECT_TRUE(bExplained || rLine.sText.find("failed") == std::string::npos) << rLine.sText;
         }
     }
@@ -116,7 +126,9 @@ TEST(Collection, LeavesTheWholeFolderAndNoUnexplainedRecord)
 TEST(Collection, AsksAnOldSystemInItsOwnWay)
 {
     CRegKeyHandle hKey;
-    ASSERT_EQ(::RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Wine", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, hKey.Put(), nullptr), ERROR_SUCCESS);
+    ASSERT_EQ(::RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Wine", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                hKey.Put(), nullptr),
+              ERROR_SUCCESS);
     constexpr wchar_t aVersion[] = L"winxp";
     ::RegSetValueExW(hKey.Get(), L"Version", 0, REG_SZ, reinterpret_cast<const BYTE*>(aVersion), sizeof aVersion);
     const CInstallation installation;

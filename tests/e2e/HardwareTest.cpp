@@ -38,6 +38,7 @@ struct CExpectedRecord
 // Every record behind the banner must be in one of the tables, as often as it says there.
 void CheckLog(const CInstallation& rInstallation, std::vector<CExpectedRecord> Expected)
 {
+    // clang-format off
     static constexpr CExpectedRecord Frame[] = {
         { 1, R"(\[CKelvarinApp::Main\] CoCreateInstance\(VlmSxs\) failed: 0x80040154)", "the product is not installed" },
         { 1, R"(\[CKelvarinApp::Main\] => \*\*\* collect: hardware \*\*\*)", "start" },
@@ -52,6 +53,7 @@ void CheckLog(const CInstallation& rInstallation, std::vector<CExpectedRecord> E
         { 1, R"(\[COpdStorageDevice::GetDriveInfo\] COpdStorageDevice::GetDriveInfo\( "\\\\.\\Z:" \) failed. \[0x8007.{4}\])", "follows" },
         { 1, R"(\[CHardwareInfoCollector::OutputStorageDeviceInfo\] COpdStorageDevice::GetDriveInfo\( Z: \) failed. \[0x8007.{4}\])", "follows" },
     };
+    // clang-format on
     Expected.insert(Expected.end(), std::begin(Frame), std::end(Frame));
     for (const CLogLine& rLine : rInstallation.LogLines())
     {
@@ -94,23 +96,35 @@ TEST(HardwareOfTheBareMachine, LeavesAllFilesAndExplainedFailures)
 {
     const CInstallation installation;
     EXPECT_EQ(installation.Run(L"-collect:hardware").dwExitCode, 0u);
-    CheckLog(installation,
-             {
-                 { 2, R"(\[COpdHardwareTree::DumpDeviceTree\] ::CM_Locate_DevNode\( .* \) failed. \[CONFIGRET:0x00000013\])", "Wine has no tree of nodes" },
-                 { 2, R"(\[COpdSetupDi::GetDeviceInterfaceData\] ::SetupDiEnumDeviceInterfaces\( \{3ABF6F2D-.*\}, 0 \) failed. \[0x80070103\])",
-                   "no USB controller, and the end of the list counts as a failure" },
-                 { 2, R"(\[COpdUsbDeviceTree::EnumerateUsbHostControllers\] .*_USB_HOST_CONTROLLER, 0 \) failed. \[0x80070103\])", "follows" },
-                 { 2, R"(\[COpdUsbDeviceTree::DumpUsbDeviceTree\] .*::EnumerateUsbHostControllers\(\) failed. \[0x80070103\])", "follows" },
-             });
-    const std::string sLine = "_{98}\r\n", sTime = R"(\[\d+/\d+/\d+ \d+:\d+:\d+\])", sDevices = "(_{98}\r\n\\[DEVINFO:\\d+\\]\r\n(SPDRP_.*\r\n|   .*\r\n)*\r\n)*";
+    CheckLog(
+        installation,
+        {
+            { 2, R"(\[COpdHardwareTree::DumpDeviceTree\] ::CM_Locate_DevNode\( .* \) failed. \[CONFIGRET:0x00000013\])",
+              "Wine has no tree of nodes" },
+            { 2,
+              R"(\[COpdSetupDi::GetDeviceInterfaceData\] ::SetupDiEnumDeviceInterfaces\( \{3ABF6F2D-.*\}, 0 \) failed. \[0x80070103\])",
+              "no USB controller, and the end of the list counts as a failure" },
+            { 2,
+              R"(\[COpdUsbDeviceTree::EnumerateUsbHostControllers\] .*_USB_HOST_CONTROLLER, 0 \) failed. \[0x80070103\])",
+              "follows" },
+            { 2,
+              R"(\[COpdUsbDeviceTree::DumpUsbDeviceTree\] .*::EnumerateUsbHostControllers\(\) failed. \[0x80070103\])",
+              "follows" },
+        });
+    const std::string sLine = "_{98}\r\n", sTime = R"(\[\d+/\d+/\d+ \d+:\d+:\d+\])",
+                      sDevices = "(_{98}\r\n\\[DEVINFO:\\d+\\]\r\n(SPDRP_.*\r\n|   .*\r\n)*\r\n)*";
     const std::map<std::string, std::string> Forms = {
         { "DeviceList-All.txt", sLine + sTime + " ALL CLASSES\r\n\r\n" + sDevices },
         { "DeviceList-Present.txt", sLine + sTime + " ALL CLASSES \\(PRESENT\\)\r\n\r\n" + sDevices },
         { "DeviceTree.txt", "" },
         { "DeviceTree-Detail.txt", "" },
-        { "HardwareInfo.txt", "_{48}\r\n\\[\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\] Version [\\d.]+\r\n_{48}\r\n\\[PC\\]\r\n\r\n_{48}\r\n"
-                              "\\[Tolvane PD Driver\\]\r\n(.*\r\n)*_{48}\r\n\\[ASPI\\]\r\n(.*\r\n)*_{48}\r\n\\[Memory\\]\r\n(.*\r\n)*_{48}\r\n"
-                              "\\[Display\\]\r\n(.*\r\n)*_{48}\r\n\\[LogicalDrives\\] \\(C:\\) \\(Z:\\)\r\n\r\n_{48}\r\n\\[Drive\\(C:\\)\\]\r\n(.*\r\n)*" },
+        { "HardwareInfo.txt",
+          "_{48}\r\n\\[\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\] Version "
+          "[\\d.]+\r\n_{48}\r\n\\[PC\\]\r\n\r\n_{48}\r\n"
+          "\\[Tolvane PD "
+          "Driver\\]\r\n(.*\r\n)*_{48}\r\n\\[ASPI\\]\r\n(.*\r\n)*_{48}\r\n\\[Memory\\]\r\n(.*\r\n)*_{48}\r\n"
+          "\\[Display\\]\r\n(.*\r\n)*_{48}\r\n\\[LogicalDrives\\] \\(C:\\) "
+          "\\(Z:\\)\r\n\r\n_{48}\r\n\\[Drive\\(C:\\)\\]\r\n(.*\r\n)*" },
         { "UsbDeviceTree.txt", "" },
         { "UsbDeviceTree-Detail.txt", "" },
     };
@@ -165,7 +179,8 @@ DWORD AnswerFlashDrive(CFakeRequest& rRequest)
         return ERROR_INVALID_PARAMETER;
     Command.ScsiStatus = 0;
     Put(0, &Command, sizeof Command);
-    Put(Command.DataBufferOffset, "\0\x80\x06\x02\x33\0\0\0SanDisk Cruzer Blade    1.26LOT 7\0\x01\xFE\0\0\0\0\0\0\0\0\0\0\0", 56);
+    Put(Command.DataBufferOffset,
+        "\0\x80\x06\x02\x33\0\0\0SanDisk Cruzer Blade    1.26LOT 7\0\x01\xFE\0\0\0\0\0\0\0\0\0\0\0", 56);
     return ERROR_SUCCESS;
 }
 
@@ -207,15 +222,27 @@ struct CDescribedPc
         answer.Value = std::min<ULONG>(rQuestion.Room, sizeof answer.Data);
         switch (rQuestion.Function)
         {
-        case NODE_LOCATE: answer.Result = hFound != 0 ? CR_SUCCESS : ::CM_Locate_DevNodeW(&hFound, nullptr, CM_LOCATE_DEVNODE_NORMAL); break;
-        case NODE_CHILD: answer.Result = ::CM_Get_Child(&hFound, hNode, 0); break;
-        case NODE_SIBLING: answer.Result = ::CM_Get_Sibling(&hFound, hNode, 0); break;
-        case NODE_PARENT: answer.Result = ::CM_Get_Parent(&hFound, hNode, 0); break;
-        case NODE_ID_SIZE: answer.Result = ::CM_Get_Device_ID_Size(&answer.Value, hNode, 0); break;
-        case NODE_ID: answer.Result = ::CM_Get_Device_IDW(hNode, pText, rQuestion.Room, 0); break;
+        case NODE_LOCATE:
+            answer.Result = hFound != 0 ? CR_SUCCESS : ::CM_Locate_DevNodeW(&hFound, nullptr, CM_LOCATE_DEVNODE_NORMAL);
+            break;
+        case NODE_CHILD:
+            answer.Result = ::CM_Get_Child(&hFound, hNode, 0);
+            break;
+        case NODE_SIBLING:
+            answer.Result = ::CM_Get_Sibling(&hFound, hNode, 0);
+            break;
+        case NODE_PARENT:
+            answer.Result = ::CM_Get_Parent(&hFound, hNode, 0);
+            break;
+        case NODE_ID_SIZE:
+            answer.Result = ::CM_Get_Device_ID_Size(&answer.Value, hNode, 0);
+            break;
+        case NODE_ID:
+            answer.Result = ::CM_Get_Device_IDW(hNode, pText, rQuestion.Room, 0);
+            break;
         default:
-            answer.Result = ::CM_Get_DevNode_Registry_PropertyW(hNode, rQuestion.Property, &answer.Type, rQuestion.Room != 0 ? pText : nullptr,
-                                                                &answer.Value, 0);
+            answer.Result = ::CM_Get_DevNode_Registry_PropertyW(
+                hNode, rQuestion.Property, &answer.Type, rQuestion.Room != 0 ? pText : nullptr, &answer.Value, 0);
         }
         if (hFound != 0)
             answer.Value = hFound + NODE_FIRST;
@@ -239,8 +266,8 @@ struct CDescribedPc
     }
     const CFileHandle hDevice(::CreateFileW(sPath.c_str(), 0, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     RelayRequest request = rRequest;
-    if (!::DeviceIoControl(hDevice.Get(), request.Code, request.In, request.InSize, answer.Out, std::min<DWORD>(request.OutSize, RELAY_DATA),
-                           &answer.OutSize, nullptr))
+    if (!::DeviceIoControl(hDevice.Get(), request.Code, request.In, request.InSize, answer.Out,
+                           std::min<DWORD>(request.OutSize, RELAY_DATA), &answer.OutSize, nullptr))
         answer.Error = ::GetLastError();
     return answer;
 }
@@ -316,7 +343,11 @@ TEST(HardwareOfTheDescribedPc, IsReportedAsByTheComponentsThatReadIt)
     for (std::size_t n = 0; n < Nodes.size(); ++n)
     {
         const bool bHub = Nodes[n].Interfaces.empty() && !Paths[n].empty();
-        driver.Add(Nodes[n], bHub ? HubClass : !Paths[n].empty() ? Nodes[n].Interfaces[0].Guid : GUID{}, Paths[n] == L"\\\\?\\disk1" ? L"Q:" : L"");
+        driver.Add(Nodes[n],
+                   bHub                ? HubClass
+                   : !Paths[n].empty() ? Nodes[n].Interfaces[0].Guid
+                                       : GUID{},
+                   Paths[n] == L"\\\\?\\disk1" ? L"Q:" : L"");
     }
     for (const CFakeNode& rNode : Nodes)
         driver.Describe(rNode);
@@ -339,27 +370,43 @@ TEST(HardwareOfTheDescribedPc, IsReportedAsByTheComponentsThatReadIt)
 
     const std::wstring sOut = installation.Folder() / L"out\\";
     EXPECT_EQ(ReadBytes(sOut + L"UsbDeviceTree.txt"), GoldenDump(L"UsbDeviceTree.txt"));
-    EXPECT_EQ(WithoutHandles(ReadBytes(sOut + L"UsbDeviceTree-Detail.txt")), WithoutHandles(GoldenDump(L"UsbDeviceTree-Detail.txt")));
+    EXPECT_EQ(WithoutHandles(ReadBytes(sOut + L"UsbDeviceTree-Detail.txt")),
+              WithoutHandles(GoldenDump(L"UsbDeviceTree-Detail.txt")));
     EXPECT_EQ(Section(ReadBytes(sOut + L"HardwareInfo.txt"), "[Drive(Q:)]"), FlashDriveSection);
-    EXPECT_THAT(FilesIn(sOut), IsSupersetOf({ "GUID_DEVINTERFACE_DISK(PRESENT).txt", "GUID_DEVINTERFACE_USB_HOST_CONTROLLER(PRESENT).txt",
+    EXPECT_THAT(FilesIn(sOut), IsSupersetOf({ "GUID_DEVINTERFACE_DISK(PRESENT).txt",
+                                              "GUID_DEVINTERFACE_USB_HOST_CONTROLLER(PRESENT).txt",
                                               "GUID_DEVINTERFACE_USB_HUB(PRESENT).txt" }));
-    CheckLog(installation,
-             {
-                 { 1, R"(\[CHardwareInfoCollector::GetVolumeInfo\] ::GetVolumeInformation\( Q:\\ \) failed. \[0x80070001\])", "no file system on it" },
-                 { 1, R"(\[COpdUsbDeviceInfo::StandardOpenDeviceFunction\] ::CreateFile\( ".*VID_0781.*\{F18A0E88-.*" \) failed. \[0x80070002\])",
-                   "on the way up from the disk: the flash drive is no hub, its parent is" },
-                 { 32, R"(\[COpdCmApi::GetDevNodeDriverName\] .*\( 0x4000000[15], CM_DRP_DRIVER \) failed. \[0x80004005\])",
-                   "root and disk have no driver key; 9 and 7 searches in each tree pass them" },
-                 { 8, R"(\[COpdUsbApi::GetStringDescriptor\] ::DeviceIoControl\( .* \) failed. \[0x8007001F\])",
-                   "3 texts that the audio interface lacks in German, and the languages of a hub without texts, in each tree" },
-                 { 6, R"(\[COpdUsbApi::GetStringDescriptors\] .*::GetStringDescriptor\( 0x\w+, 2, [14], 1 \) failed. \[0x80004005\])", "follows" },
-                 { 2, R"(\[COpdUsbApi::GetAllStringDescriptors\] .*\( String Descriptor 0 \) failed. \[0x80004005\])", "follows" },
-                 { 2, R"(\[COpdUsbDeviceTree::EnumerateUsbHubPorts\] COpdUsbApi::GetAllStringDescriptors\( 0x\w+, 1 \) failed. \[0x80004005\])", "follows" },
-                 { 2, R"(\[COpdSetupDi::GetDeviceInterfaceData\] ::SetupDiEnumDeviceInterfaces\( \{3ABF6F2D-.*\}, 1 \) failed. \[0x80070103\])",
-                   "the end of the list counts as a failure" },
-                 { 2, R"(\[COpdUsbDeviceTree::EnumerateUsbHostControllers\] .*_USB_HOST_CONTROLLER, 1 \) failed. \[0x80070103\])", "follows" },
-                 { 2, R"(\[COpdUsbDeviceTree::DumpUsbDeviceTree\] .*::EnumerateUsbHostControllers\(\) failed. \[0x80070103\])", "follows" },
-             });
+    CheckLog(
+        installation,
+        {
+            { 1, R"(\[CHardwareInfoCollector::GetVolumeInfo\] ::GetVolumeInformation\( Q:\\ \) failed. \[0x80070001\])",
+              "no file system on it" },
+            { 1,
+              R"(\[COpdUsbDeviceInfo::StandardOpenDeviceFunction\] ::CreateFile\( ".*VID_0781.*\{F18A0E88-.*" \) failed. \[0x80070002\])",
+              "on the way up from the disk: the flash drive is no hub, its parent is" },
+            { 32, R"(\[COpdCmApi::GetDevNodeDriverName\] .*\( 0x4000000[15], CM_DRP_DRIVER \) failed. \[0x80004005\])",
+              "root and disk have no driver key; 9 and 7 searches in each tree pass them" },
+            { 8, R"(\[COpdUsbApi::GetStringDescriptor\] ::DeviceIoControl\( .* \) failed. \[0x8007001F\])",
+              "3 texts that the audio interface lacks in German, and the languages of a hub without texts, in each "
+              "tree" },
+            { 6,
+              R"(\[COpdUsbApi::GetStringDescriptors\] .*::GetStringDescriptor\( 0x\w+, 2, [14], 1 \) failed. \[0x80004005\])",
+              "follows" },
+            { 2, R"(\[COpdUsbApi::GetAllStringDescriptors\] .*\( String Descriptor 0 \) failed. \[0x80004005\])",
+              "follows" },
+            { 2,
+              R"(\[COpdUsbDeviceTree::EnumerateUsbHubPorts\] COpdUsbApi::GetAllStringDescriptors\( 0x\w+, 1 \) failed. \[0x80004005\])",
+              "follows" },
+            { 2,
+              R"(\[COpdSetupDi::GetDeviceInterfaceData\] ::SetupDiEnumDeviceInterfaces\( \{3ABF6F2D-.*\}, 1 \) failed. \[0x80070103\])",
+              "the end of the list counts as a failure" },
+            { 2,
+              R"(\[COpdUsbDeviceTree::EnumerateUsbHostControllers\] .*_USB_HOST_CONTROLLER, 1 \) failed. \[0x80070103\])",
+              "follows" },
+            { 2,
+              R"(\[COpdUsbDeviceTree::DumpUsbDeviceTree\] .*::EnumerateUsbHostControllers\(\) failed. \[0x80070103\])",
+              "follows" },
+        });
 }
 
 } // namespace

@@ -50,19 +50,26 @@ protected:
     void WriteManifest(const std::string& sFiles = "", const std::string& sServices = "")
     {
         const std::string sHello = "<file name='hello.txt' size='5' sha1='qvTGHdzF6KLavt4PO0gs2a6pQ00='/>";
-        m_Installation.Folder().Write(L"Kelvarin.xml",
+        m_Installation.Folder().Write(
+            L"Kelvarin.xml",
             "<installchecker><file-infos><directory name='" + m_sData + "'>" + Repeated(sHello, Repeats) + sFiles +
-            "</directory></file-infos><registry-infos><key name='HKEY_LOCAL_MACHINE\\SOFTWARE\\KelvarinE2e'>"
-            "<value name='Name' type='REG_SZ' value='Velmora'/></key></registry-infos>"
-            "<nt-service-infos><nt-service name='RpcSs'/>" + sServices + "</nt-service-infos>"
-            "<not-register-com-infos><coclass name='Ghost' clsid='{8A4EDA52-4BE3-40C6-8E70-B02D1A6F14CF}' directory='C:\\' file='ghost.ax'/>"
-            "</not-register-com-infos></installchecker>");
+                "</directory></file-infos><registry-infos><key name='HKEY_LOCAL_MACHINE\\SOFTWARE\\KelvarinE2e'>"
+                "<value name='Name' type='REG_SZ' value='Velmora'/></key></registry-infos>"
+                "<nt-service-infos><nt-service name='RpcSs'/>" +
+                sServices +
+                "</nt-service-infos>"
+                "<not-register-com-infos><coclass name='Ghost' clsid='{8A4EDA52-4BE3-40C6-8E70-B02D1A6F14CF}' "
+                "directory='C:\\' file='ghost.ax'/>"
+                "</not-register-com-infos></installchecker>");
     }
     // The result file's lines behind its head.
     std::vector<std::string> Findings(const std::string& sFile = "", const std::string& sService = "") const
     {
         std::vector<std::string> Lines(Repeats, "Succeeded: Check File Info \"" + m_sData + "\\hello.txt\"");
-        const auto Add = [&Lines](const std::string& sLine) { if (!sLine.empty()) Lines.push_back(sLine); };
+        const auto Add = [&Lines](const std::string& sLine) {
+            if (!sLine.empty())
+                Lines.push_back(sLine);
+        };
         Add(sFile);
         Add("Succeeded: Check Registry Info.[key:\"HKEY_LOCAL_MACHINE\\SOFTWARE\\KelvarinE2e\"][value:\"Name\"]");
         Add("Succeeded: Check NT Service Info.[name:\"RpcSs\"]");
@@ -111,7 +118,8 @@ TEST_F(MainRun, CountsWhatFailedAndStillEndsWithZero)
     const CRunReport Report = m_Installation.Run(L"");
     EXPECT_EQ(Report.sBoxText, "NG [Failed:2]");
     EXPECT_EQ(Report.dwExitCode, 0u);
-    ExpectResultFile(Findings("Failed: File is not found.\"" + m_sData + "\\gone.txt\"", "Failed: NT Service can not open.[name:\"NoSuchService\"]"),
+    ExpectResultFile(Findings("Failed: File is not found.\"" + m_sData + "\\gone.txt\"",
+                              "Failed: NT Service can not open.[name:\"NoSuchService\"]"),
                      m_Installation);
 }
 
@@ -147,8 +155,10 @@ TEST_F(MainRun, SaysErrorWithoutItsManifest)
     EXPECT_EQ(Report.dwExitCode, Fail);
     ExpectResultFile({}, m_Installation);
     const std::string sPath = Utf8(m_Installation.Folder() / L"Kelvarin.xml");
-    EXPECT_THAT(m_Installation.Messages("CKelvarinApp::ExecuteWorkerThread"), ElementsAreArray({ "CConfigFile::Load( \"" + sPath + "\" ) failed. [0x80004005]" }));
-    EXPECT_THAT(m_Installation.Messages("CKelvarinApp::ExecuteMainTask"), ElementsAreArray({ "Check failed. [m_hResult:0x80004005]" }));
+    EXPECT_THAT(m_Installation.Messages("CKelvarinApp::ExecuteWorkerThread"),
+                ElementsAreArray({ "CConfigFile::Load( \"" + sPath + "\" ) failed. [0x80004005]" }));
+    EXPECT_THAT(m_Installation.Messages("CKelvarinApp::ExecuteMainTask"),
+                ElementsAreArray({ "Check failed. [m_hResult:0x80004005]" }));
 }
 
 // With its result folder the log has lost its place as well: it must go where it always can.
@@ -163,19 +173,26 @@ TEST_F(MainRun, SaysErrorWhenAFileStandsWhereTheResultFolderShouldBe)
     std::wstring sAppData;
     ASSERT_TRUE(GetSpecialFolder(CSIDL_COMMON_APPDATA, false, sAppData));
     const auto IsOfThisRun = Field(&CLogLine::dwProcessId, Run.Id());
-    EXPECT_THAT(ReadLog(sAppData + L"\\Tolvane Corporation\\Velmora\\Kelvarin.log"),
-                Contains(AllOf(IsOfThisRun, Field(&CLogLine::sText, StartsWith("[CKelvarinApp::GetLogFilePath] CCmdLineParam::GetResultDirPath() failed. [0x8000FFFF]")))));
+    EXPECT_THAT(
+        ReadLog(sAppData + L"\\Tolvane Corporation\\Velmora\\Kelvarin.log"),
+        Contains(AllOf(
+            IsOfThisRun,
+            Field(
+                &CLogLine::sText,
+                StartsWith("[CKelvarinApp::GetLogFilePath] CCmdLineParam::GetResultDirPath() failed. [0x8000FFFF]")))));
 }
 
 // What is not understood must not keep the check from running.
 TEST_F(MainRun, IgnoresSwitchesThatItDoesNotKnow)
 {
     WriteManifest();
-    const CRunReport Report = m_Installation.Run(L"--help /? -collect:nothing -collect:asiofoo -create -path:elsewhere \"\" \"-\" %s%n -silent");
+    const CRunReport Report = m_Installation.Run(
+        L"--help /? -collect:nothing -collect:asiofoo -create -path:elsewhere \"\" \"-\" %s%n -silent");
     EXPECT_EQ(Report.dwExitCode, 0u);
     EXPECT_FALSE(Report.bWindowShown);
     ExpectResultFile(Findings(), m_Installation);
-    EXPECT_THAT(m_Installation.Messages("CKelvarinApp::Main"), IsSupersetOf({ "=> *** exec: main ***", "<= *** exec: main ***" }));
+    EXPECT_THAT(m_Installation.Messages("CKelvarinApp::Main"),
+                IsSupersetOf({ "=> *** exec: main ***", "<= *** exec: main ***" }));
 }
 
 // Ended by the user or by a crash, the file must hold nothing but whole lines.

@@ -43,13 +43,20 @@ const struct
     { "another root", "<kelvarin><file-infos/></kelvarin>", Fail, "pXmlDoc->selectSingleNode() failed.", {} },
     { "entity bomb", EntityBomb(), Fail, "pXmlDoc->load( \"", {} },
     { "unknown elements and attributes",
-      "<installchecker s='%s' x='%n'><other/><file-infos x=''><file name='a'/><directory name='C:\\windows' y=''><file z='' name='gone'><b/></file></directory></file-infos></installchecker>",
-      0, "=> *** exec: main ***", { "Failed: File is not found.\"C:\\windows\\gone\"" } },
+      "<installchecker s='%s' x='%n'><other/><file-infos x=''><file name='a'/><directory name='C:\\windows' y=''><file "
+      "z='' name='gone'><b/></file></directory></file-infos></installchecker>",
+      0,
+      "=> *** exec: main ***",
+      { "Failed: File is not found.\"C:\\windows\\gone\"" } },
     { "signs of formats and quotes in names",
-      Head + "<file name='%s%n%d&quot;&lt;'/><file name='%s%n' version='%s' size='%n'/>" + Tail, 0, "[CFileInfoChecker::CheckFileInfos] CheckFileInfo( \"C:\\windows\\%s%n\" ) failed. [0x80004005]",
+      Head + "<file name='%s%n%d&quot;&lt;'/><file name='%s%n' version='%s' size='%n'/>" + Tail,
+      0,
+      "[CFileInfoChecker::CheckFileInfos] CheckFileInfo( \"C:\\windows\\%s%n\" ) failed. [0x80004005]",
       { "Failed: File is not found.\"C:\\windows\\%s%n%d\"<\"", "Failed: File is not found.\"C:\\windows\\%s%n\"" } },
     { "an attribute of 64 KiB, and a line too long for the result file",
-      Head + "<file name='" + std::string(65536, 'a') + "'/><file name='after'/>" + Tail, 0, "::_vsntprintf_s() failed. [-1]",
+      Head + "<file name='" + std::string(65536, 'a') + "'/><file name='after'/>" + Tail,
+      0,
+      "::_vsntprintf_s() failed. [-1]",
       { "Failed: File is not found.\"C:\\windows\\after\"" } },
 };
 
@@ -77,7 +84,8 @@ TEST(Manifest, IsCheckedInTimeWithAHundredThousandEntries)
         sManifest += "<file name='win.ini'/>";
     const CInstallation installation(sManifest + Tail);
     EXPECT_EQ(installation.Run(L"-s", 60000).dwExitCode, 0u);
-    EXPECT_EQ(std::ranges::count(installation.ResultLines(), "Succeeded: Check File Info \"C:\\windows\\win.ini\""), Count);
+    EXPECT_EQ(std::ranges::count(installation.ResultLines(), "Succeeded: Check File Info \"C:\\windows\\win.ini\""),
+              Count);
 }
 
 } // namespace

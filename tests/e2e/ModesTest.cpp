@@ -25,6 +25,7 @@ struct CMode
     const char* pWord;
     const char* pMethod;
     HRESULT hrResult;
+    // clang-format off
 } const Modes[] = {
     { L"-collect:velmora", "collect: velmora", "CollectVlmInfo", S_OK },
     { L"-s -collect:system", "collect: system", "CollectSystemInfo", S_OK },
@@ -39,6 +40,7 @@ struct CMode
     { L"-create:backup", "create: backup", "CrateBackupImage", REGDB_E_CLASSNOTREG },  // no product
     { L"/create:hwinfo", "create: hwinfo", "CreateHwinfo", S_OK },
 };
+// clang-format on
 
 // A child's parent reads its exit code, and the support desk its log: a switch must lead to the mode that it names.
 TEST(Mode, TellsItsStartItsEndAndItsResult)
@@ -83,30 +85,40 @@ TEST(ErrorLog, HoldsWholeLinesAndOneBannerForEachOfEightProcesses)
     {
         std::vector<std::string>& rLines = ByProcess[pRun->Id()];
         ASSERT_GT(rLines.size(), 5u);
-        EXPECT_EQ(std::vector(rLines.begin(), rLines.begin() + 3), (std::vector{ sDashes, Utf8(installation.Folder() / L"Kelvarin.exe"), sDashes }));
+        EXPECT_EQ(std::vector(rLines.begin(), rLines.begin() + 3),
+                  (std::vector{ sDashes, Utf8(installation.Folder() / L"Kelvarin.exe"), sDashes }));
         EXPECT_EQ(std::ranges::count(rLines, sDashes), 2);
         EXPECT_THAT(rLines.back(), HasSubstr("CKelvarinApp::"));
     }
-    EXPECT_EQ(std::ranges::count(ByProcess[Runs[0]->Id()], "[CFileInfoChecker::CheckFileInfo] Failed: File is not found.\"C:\\no such folder\\gone\""), 200);
+    EXPECT_EQ(
+        std::ranges::count(ByProcess[Runs[0]->Id()],
+                           "[CFileInfoChecker::CheckFileInfo] Failed: File is not found.\"C:\\no such folder\\gone\""),
+        200);
 }
 
 // Without its trace nobody finds out what the program did on a customer's PC.
 TEST(Trace, ShowsTheScopesOfTheClassThatTheFilterNames)
 {
-    const CInstallation installation("<installchecker><file-infos><directory name='C:\\windows'><file name='gone'/></directory></file-infos></installchecker>");
+    const CInstallation installation("<installchecker><file-infos><directory name='C:\\windows'><file "
+                                     "name='gone'/></directory></file-infos></installchecker>");
     const std::wstring sTrace = installation.Folder() / L"trace";
-    installation.Folder().Write(L"Kelvarin.log.xml",
-        "<log><FACTORY name='IOutputLogSystemFactory' class='opLogSys::File::COutputLogSystemFactory' autoflush='true' location='" + Utf8(sTrace) +
-        "'/><FILTERLIST><FILTER subject='CFileInfoChecker' minLevel='0' maxLevel='10'/></FILTERLIST></log>");
+    installation.Folder().Write(
+        L"Kelvarin.log.xml",
+        "<log><FACTORY name='IOutputLogSystemFactory' class='opLogSys::File::COutputLogSystemFactory' autoflush='true' "
+        "location='" +
+            Utf8(sTrace) +
+            "'/><FILTERLIST><FILTER subject='CFileInfoChecker' minLevel='0' maxLevel='10'/></FILTERLIST></log>");
     EXPECT_EQ(installation.Run(L"-s").dwExitCode, 0u);
 
     std::vector<std::string> Scopes;
     for (const auto& rEntry : std::filesystem::directory_iterator(sTrace))
     {
-        EXPECT_TRUE(std::regex_match(rEntry.path().filename().string(), std::regex(R"(Kelvarin-\d{4}-\d\d-\d\d \[\d\d-\d\d-\d\d\](\[\d\d\])?\.log)")));
+        EXPECT_TRUE(std::regex_match(rEntry.path().filename().string(),
+                                     std::regex(R"(Kelvarin-\d{4}-\d\d-\d\d \[\d\d-\d\d-\d\d\](\[\d\d\])?\.log)")));
         for (const std::string& rLine : ReadLines(rEntry.path().wstring()))
         {
-            static const std::regex Scope(R"(\[[0-9A-F]{8}\]\[\d{4}/\d\d/\d\d\(\d\d:\d\d:\d\d\.\d{3}\)\]\S* (\w+::\w+\(\)(?: : return .*)?))");
+            static const std::regex Scope(
+                R"(\[[0-9A-F]{8}\]\[\d{4}/\d\d/\d\d\(\d\d:\d\d:\d\d\.\d{3}\)\]\S* (\w+::\w+\(\)(?: : return .*)?))");
             if (std::smatch Match; std::regex_match(rLine, Match, Scope))
                 Scopes.push_back(Match[1]);
         }

@@ -139,7 +139,8 @@ CInstallation::CInstallation()
 
 std::wstring CInstallation::CommandLine(const std::wstring& sSwitches) const
 {
-    return FormatText(L"\"%s\" \"-l%s\" \"-path:result%s\" %s", m_Folder / L"Kelvarin.exe", m_Folder / L"out", ResultFolder(), sSwitches);
+    return FormatText(L"\"%s\" \"-l%s\" \"-path:result%s\" %s", m_Folder / L"Kelvarin.exe", m_Folder / L"out",
+                      ResultFolder(), sSwitches);
 }
 
 std::vector<std::string> CInstallation::ResultLines() const
@@ -181,7 +182,8 @@ std::vector<std::string> ReadLines(const std::wstring& sPath)
 
 std::vector<CLogLine> ReadLog(const std::wstring& sPath)
 {
-    static const std::regex Prefix(R"(\[\d{4}/\d\d/\d\d \d\d:\d\d:\d\d\]\[([0-9A-F]+)\] (?:\d{5}:(?=\[[A-Za-z]\w+::[\w:~]+\] )|(?=-{79}$|[A-Z]:\\)))");
+    static const std::regex Prefix(
+        R"(\[\d{4}/\d\d/\d\d \d\d:\d\d:\d\d\]\[([0-9A-F]+)\] (?:\d{5}:(?=\[[A-Za-z]\w+::[\w:~]+\] )|(?=-{79}$|[A-Z]:\\)))");
     std::vector<CLogLine> Lines;
     for (const std::string& rLine : ReadLines(sPath))
     {
@@ -189,7 +191,8 @@ std::vector<CLogLine> ReadLog(const std::wstring& sPath)
         const std::string sStart = rLine.substr(0, 200);
         if (!std::regex_search(sStart, Match, Prefix, std::regex_constants::match_continuous))
             throw std::runtime_error("no line of the log: " + rLine);
-        Lines.push_back({ static_cast<DWORD>(std::stoul(Match[1], nullptr, 16)), rLine.substr(static_cast<std::size_t>(Match.length())) });
+        Lines.push_back({ static_cast<DWORD>(std::stoul(Match[1], nullptr, 16)),
+                          rLine.substr(static_cast<std::size_t>(Match.length())) });
     }
     return Lines;
 }

@@ -54,14 +54,20 @@ class CInstallation
 {
 public:
     CInstallation();
-    explicit CInstallation(const std::string& sManifest) : CInstallation() { m_Folder.Write(L"Kelvarin.xml", sManifest); }
+    explicit CInstallation(const std::string& sManifest) : CInstallation()
+    {
+        m_Folder.Write(L"Kelvarin.xml", sManifest);
+    }
 
     const CTestFolder& Folder() const { return m_Folder; }
     std::wstring ResultFolder() const { return m_Folder / L"result"; }
     std::wstring ResultFile() const { return ResultFolder() + L"\\InstallCheckResult.txt"; }
     // The command line with the folders below the installation's own; sSwitches comes last and may name others.
     std::wstring CommandLine(const std::wstring& sSwitches) const;
-    CRunReport Run(const std::wstring& sSwitches, DWORD dwLimit = 30000) const { return CProgramRun(CommandLine(sSwitches)).Watch(dwLimit); }
+    CRunReport Run(const std::wstring& sSwitches, DWORD dwLimit = 30000) const
+    {
+        return CProgramRun(CommandLine(sSwitches)).Watch(dwLimit);
+    }
 
     // Throws std::runtime_error where a line is not whole.
     std::vector<std::string> ResultLines() const;

@@ -28,7 +28,8 @@ TEST(Program, CarriesItsDialogItsVersionAndItsManifest)
     ASSERT_TRUE(hModule);
 
     std::vector<WORD> Languages;
-    ::EnumResourceLanguagesW(hModule.Get(), reinterpret_cast<LPCWSTR>(RT_DIALOG), MAKEINTRESOURCEW(IDD_PROGRESS), AddLanguage, reinterpret_cast<LONG_PTR>(&Languages));
+    ::EnumResourceLanguagesW(hModule.Get(), reinterpret_cast<LPCWSTR>(RT_DIALOG), MAKEINTRESOURCEW(IDD_PROGRESS),
+                             AddLanguage, reinterpret_cast<LONG_PTR>(&Languages));
     EXPECT_THAT(Languages, ElementsAre(1041));
 
     CVersionResource version;
@@ -37,8 +38,10 @@ TEST(Program, CarriesItsDialogItsVersionAndItsManifest)
 
     const HRSRC hManifest = ::FindResourceW(hModule.Get(), MAKEINTRESOURCEW(1), reinterpret_cast<LPCWSTR>(RT_MANIFEST));
     ASSERT_NE(hManifest, nullptr);
-    const std::string sManifest(static_cast<const char*>(::LockResource(::LoadResource(hModule.Get(), hManifest))), ::SizeofResource(hModule.Get(), hManifest));
-    for (const char* pPart : { "highestAvailable", "Microsoft.Windows.Common-Controls", "longPathAware", "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}" })
+    const std::string sManifest(static_cast<const char*>(::LockResource(::LoadResource(hModule.Get(), hManifest))),
+                                ::SizeofResource(hModule.Get(), hManifest));
+    for (const char* pPart : { "highestAvailable", "Microsoft.Windows.Common-Controls", "longPathAware",
+                               "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}" })
         EXPECT_THAT(sManifest, HasSubstr(pPart));
 }
 

@@ -32,12 +32,15 @@ TEST(DeviceProperty, SurvivesWhatChangesBetweenTheTwoCalls)
     };
     for (const auto& rCase : aCases)
     {
-        SP_DEVINFO_DATA device{ sizeof device, {}, pc.Add(0, { .Properties = { { CM_DRP_DEVICE_POWER_DATA, rCase.Property } } }), 0 };
+        SP_DEVINFO_DATA device{
+            sizeof device, {}, pc.Add(0, { .Properties = { { CM_DRP_DEVICE_POWER_DATA, rCase.Property } } }), 0
+        };
         CDeviceInfoSet hSet;
         ASSERT_EQ(COpdSetupDi::GetClassDevices(L"", hSet), S_OK);
         CDeviceProperty node, inSet;
         EXPECT_EQ(COpdCmApi::GetDevNodeRegistryProperty(device.DevInst, CM_DRP_DEVICE_POWER_DATA, node), rCase.hr);
-        EXPECT_EQ(FAILED(COpdSetupDi::GetDeviceRegistryProperty(hSet.Get(), device, SPDRP_DEVICE_POWER_DATA, inSet)), FAILED(rCase.hr));
+        EXPECT_EQ(FAILED(COpdSetupDi::GetDeviceRegistryProperty(hSet.Get(), device, SPDRP_DEVICE_POWER_DATA, inSet)),
+                  FAILED(rCase.hr));
         EXPECT_EQ(std::string(node.Data.begin(), node.Data.end()).substr(0, rCase.sBytes.size()), rCase.sBytes);
         EXPECT_EQ(inSet.Data, node.Data);
     }
@@ -49,8 +52,8 @@ TEST(HardwareString, NamesEveryValueAndRefusesEveryOtherSize)
 {
     const auto Number = [](DWORD dwValue) { return std::string(reinterpret_cast<const char*>(&dwValue), 4); };
     std::string sPower(56, '\0');
-    sPower[4] = 99;  // most recent state
-    sPower[52] = 8;  // deepest wake
+    sPower[4] = 99; // most recent state
+    sPower[52] = 8; // deepest wake
     const struct
     {
         COpdHardwareString::Formatter pFormatter;
@@ -60,7 +63,8 @@ TEST(HardwareString, NamesEveryValueAndRefusesEveryOtherSize)
         std::string sLines; // joined
     } aCases[] = {
         { COpdHardwareString::GetString_CONFIGFLAGS, REG_DWORD, Number(0xFFFC1FFF), S_OK,
-          "0xFFFC1FFF/DISABLED/REMOVED/MANUAL INSTALL/IGNORE BOOT LC/NET BOOT/REINSTALL/FAILED INSTALL/CANT STOP A CHILD/OK REMOVE ROM/"
+          "0xFFFC1FFF/DISABLED/REMOVED/MANUAL INSTALL/IGNORE BOOT LC/NET BOOT/REINSTALL/FAILED INSTALL/CANT STOP A "
+          "CHILD/OK REMOVE ROM/"
           "NO REMOVE EXIT/FINISH INSTALL/NEEDS FORCED CONFIG/" },
         { COpdHardwareString::GetString_CONFIGFLAGS, REG_DWORD, Number(0x3F000), S_OK,
           "0x0003F000/PARTIAL LOG CONF/SUPPRESS SURPRISE/VERIFY HARDWARE/FINISH INSTALL UI/FINISH INSTALL ACTION/" },
@@ -71,9 +75,12 @@ TEST(HardwareString, NamesEveryValueAndRefusesEveryOtherSize)
         { COpdHardwareString::GetString_INSTALL_STATE, REG_DWORD, "", E_INVALIDARG, "" },
         { COpdHardwareString::GetString_DEVICE_POWER_DATA, REG_BINARY, sPower, S_OK,
           "MostRecentPowerState: Unknown (0x00000063)/Capabilities: /D1 Latency: 0/D2 Latency: 0/D3 Latency: 0/"
-          "PowerState[Unspecified]: Unspecified/PowerState[Working]    : Unspecified/PowerState[Sleeping1]  : Unspecified/"
-          "PowerState[Sleeping2]  : Unspecified/PowerState[Sleeping3]  : Unspecified/PowerState[Hibernate]  : Unspecified/"
-          "PowerState[Shutdown]   : Unspecified/PowerState[Maximum]    : Unknown (0x00000008)/DeepestSystemWake: Unknown (0x00000008)/" },
+          "PowerState[Unspecified]: Unspecified/PowerState[Working]    : Unspecified/PowerState[Sleeping1]  : "
+          "Unspecified/"
+          "PowerState[Sleeping2]  : Unspecified/PowerState[Sleeping3]  : Unspecified/PowerState[Hibernate]  : "
+          "Unspecified/"
+          "PowerState[Shutdown]   : Unspecified/PowerState[Maximum]    : Unknown (0x00000008)/DeepestSystemWake: "
+          "Unknown (0x00000008)/" },
         { COpdHardwareString::GetString_DEVICE_POWER_DATA, REG_BINARY, std::string(55, '\0'), E_INVALIDARG, "" },
         { COpdHardwareString::GetString_Default, REG_DWORD, Number(0xABCDEF01), S_OK, "0xABCDEF01/" },
         { COpdHardwareString::GetString_Default, REG_DWORD, "12345", S_OK, "" },

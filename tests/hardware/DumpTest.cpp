@@ -66,7 +66,8 @@ TEST(HardwareTree, StandsDeepAndBroadTrees)
     const CTestFolder folder;
     CDump dump{ folder / L"tree.txt", E_PENDING };
     const CLogWatch watch;
-    const CKernelHandle hThread(::CreateThread(nullptr, 128 * 1024, DumpOnThisStack, &dump, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
+    const CKernelHandle hThread(
+        ::CreateThread(nullptr, 128 * 1024, DumpOnThisStack, &dump, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
     ::WaitForSingleObject(hThread.Get(), INFINITE);
     EXPECT_EQ(dump.hr, S_OK);
     EXPECT_EQ(std::ranges::count(pc.sRelations, 'c'), std::ptrdiff_t{ Nodes });
@@ -106,7 +107,8 @@ TEST(HardwareList, IsWrittenForAllPresentAndEachClass)
     EXPECT_EQ(list.DumpIndividualDeviceList(classes.Path()), S_OK);
     std::vector<std::wstring> Names;
     ASSERT_EQ(COpdFileHelper::FindFiles(classes / L"*.txt", Names), S_OK);
-    EXPECT_THAT(Names, UnorderedElementsAre(L"GUID_DEVINTERFACE_DISK.txt", L"GUID_DEVINTERFACE_DISK(PRESENT).txt", L"GUID_DEVINTERFACE_CDROM.txt"));
+    EXPECT_THAT(Names, UnorderedElementsAre(L"GUID_DEVINTERFACE_DISK.txt", L"GUID_DEVINTERFACE_DISK(PRESENT).txt",
+                                            L"GUID_DEVINTERFACE_CDROM.txt"));
     EXPECT_EQ(ReadBytes(classes / L"GUID_DEVINTERFACE_CDROM.txt"), GoldenDump(L"GUID_DEVINTERFACE_CDROM.txt"));
     EXPECT_EQ(ReadBytes(classes / L"GUID_DEVINTERFACE_DISK.txt"), GoldenDump(L"GUID_DEVINTERFACE_DISK.txt"));
     pc.dwSetError = ERROR_ACCESS_DENIED;

@@ -24,7 +24,8 @@ using ::testing::Not;
 
 struct CDrive
 {
-    const char* pTexts; // vendor, product, revision and serial number with zeros between; null: the drive does not answer
+    const char*
+        pTexts; // vendor, product, revision and serial number with zeros between; null: the drive does not answer
     DWORD dwBus;
     bool bRemovable;
     UINT nType;
@@ -44,24 +45,54 @@ struct CDisplay
 
 // The drives and displays of tests/data/hardware/HardwareInfo.txt.
 const std::map<wchar_t, CDrive> SampleDrives = {
-    { L'C', { "\0SSD 500  \0002.01\0S1", 11, false, DRIVE_FIXED, L"\\Device\\HarddiskVolume2", L"System", L"NTFS", 0xCAFE, 0x03E706FF,
-              { 107374182400, 161061273600, 500107862016 } } },
+    { L'C',
+      { "\0SSD 500  \0002.01\0S1",
+        11,
+        false,
+        DRIVE_FIXED,
+        L"\\Device\\HarddiskVolume2",
+        L"System",
+        L"NTFS",
+        0xCAFE,
+        0x03E706FF,
+        { 107374182400, 161061273600, 500107862016 } } },
     { L'D', { "OPTI\0DVD-RW\0001.0\0", 2, true, DRIVE_CDROM, L"\\Device\\CdRom0" } },
-    { L'E', { "SanDisk \0Cruzer Blade    \0001.00\0004C530001", 7, true, DRIVE_REMOVABLE, L"\\Device\\HarddiskVolume5", L"", L"FAT32",
-              0x89ABCDEF, 0x8006, { 999, 1000, 1234567 } } },
-    { L'F', { "ASMT\0002115\0000\0", 7, false, DRIVE_FIXED, L"\\Device\\HarddiskVolume6", L"Backup 100%d", L"NTFS", 1, 0,
-              { 0, 1099511627776, 0xFFFFFFFFFFFFFFFF } } },
+    { L'E',
+      { "SanDisk \0Cruzer Blade    \0001.00\0004C530001",
+        7,
+        true,
+        DRIVE_REMOVABLE,
+        L"\\Device\\HarddiskVolume5",
+        L"",
+        L"FAT32",
+        0x89ABCDEF,
+        0x8006,
+        { 999, 1000, 1234567 } } },
+    { L'F',
+      { "ASMT\0002115\0000\0",
+        7,
+        false,
+        DRIVE_FIXED,
+        L"\\Device\\HarddiskVolume6",
+        L"Backup 100%d",
+        L"NTFS",
+        1,
+        0,
+        { 0, 1099511627776, 0xFFFFFFFFFFFFFFFF } } },
     { L'G', { nullptr, 0, false, DRIVE_NO_ROOT_DIR, nullptr } },
     // A slot of a card reader whose device cannot be found.
     { L'H', { "Generic-\0SD/MMC\0001.00\0", 7, true, DRIVE_REMOVABLE, L"\\Device\\HarddiskVolume8" } },
-    { L'I', { "Msft\0Virtual Disk\0001.0\0", 15, false, DRIVE_RAMDISK, L"\\Device\\HarddiskVolume9", L"Image", L"UDF", 2, 2 } },
+    { L'I',
+      { "Msft\0Virtual Disk\0001.0\0", 15, false, DRIVE_RAMDISK, L"\\Device\\HarddiskVolume9", L"Image", L"UDF", 2,
+        2 } },
     { L'J', { "\0\0\0", 16, false, 7, nullptr } },
     { L'Z', { "\0\0\0", 0, false, DRIVE_REMOTE, L"\\Device\\Net" } },
 };
 // By their adapter; the adapters themselves have none.
 const std::map<std::wstring, std::vector<CDisplay>> SampleDisplays = {
     { L"", { { L"\\\\.\\DISPLAY1", L"Graphics 100%d", 0x08000005 }, { L"\\\\.\\DISPLAY2", L"Mirror", 0x38 } } },
-    { L"\\\\.\\DISPLAY1", { { L"\\\\.\\DISPLAY1\\Monitor0", L"Panel", 3 }, { L"\\\\.\\DISPLAY1\\Monitor1", L"Beamer", 0 } } },
+    { L"\\\\.\\DISPLAY1",
+      { { L"\\\\.\\DISPLAY1\\Monitor0", L"Panel", 3 }, { L"\\\\.\\DISPLAY1\\Monitor1", L"Beamer", 0 } } },
 };
 
 // All that the collector asks.
@@ -76,7 +107,9 @@ struct CPc
     CFakePcDevices devices;
     CFakePcIo io;
     CFakePcUsb usb{ TEST_DATA L"\\hardware\\UsbPc.txt", devices, io };
-    CFakeDrive stick{ .dwTransferred = 56, .sData = "\0\x80\0\0\x33\0\0\0SanDisk Cruzer Blade    1.00AB\0C\xFF"s + std::string(14, '\0') + " " };
+    CFakeDrive stick{ .dwTransferred = 56,
+                      .sData = "\0\x80\0\0\x33\0\0\0SanDisk Cruzer Blade    1.00AB\0C\xFF"s + std::string(14, '\0') +
+                               " " };
     std::vector<std::string> States; // of the progress dialog
 
     CPc()
@@ -89,7 +122,8 @@ struct CPc
         for (const auto& [cLetter, rDrive] : Drives)
         {
             if (rDrive.pTexts != nullptr)
-                io.Add(FormatText(L"\\\\.\\%c:", cLetter), [this, cLetter](CFakeRequest& rRequest) { return Answer(cLetter, rRequest); });
+                io.Add(FormatText(L"\\\\.\\%c:", cLetter),
+                       [this, cLetter](CFakeRequest& rRequest) { return Answer(cLetter, rRequest); });
         }
     }
     ~CPc()
@@ -121,7 +155,10 @@ struct CPc
         std::memcpy(rRequest.Out.data(), aHead, sizeof aHead);
         return ERROR_SUCCESS;
     }
-    const CDrive& Root(const std::wstring& sRoot) const { return Drives.at(sRoot.substr(1) == L":\\" ? sRoot[0] : L'\0'); }
+    const CDrive& Root(const std::wstring& sRoot) const
+    {
+        return Drives.at(sRoot.substr(1) == L":\\" ? sRoot[0] : L'\0');
+    }
 
     static BOOL Fail(DWORD dwError)
     {
@@ -149,9 +186,13 @@ struct CPc
     {
         if (sPath.ends_with(L"Dravik04.mpd"))
             return {};
-        return sPath.ends_with(L"ostrel.sys") ? VersionBlock({}) : VersionBlock({ { 0x409, { { L"FileVersion", sPath } } } });
+        return sPath.ends_with(L"ostrel.sys") ? VersionBlock({})
+                                              : VersionBlock({ { 0x409, { { L"FileVersion", sPath } } } });
     }
-    static bool IsDriver(const wchar_t* pPath) { return std::wcsncmp(pPath, L"W:", 2) == 0 || std::wcsncmp(pPath, L"S:", 2) == 0; }
+    static bool IsDriver(const wchar_t* pPath)
+    {
+        return std::wcsncmp(pPath, L"W:", 2) == 0 || std::wcsncmp(pPath, L"S:", 2) == 0;
+    }
     static DWORD WINAPI VersionSize(const wchar_t* pPath, DWORD* pdwIgnored)
     {
         return IsDriver(pPath) ? Version(pPath).size() : s_pPc->m_VersionSize.Original()(pPath, pdwIgnored);
@@ -204,8 +245,8 @@ struct CPc
         ::lstrcpynW(pTarget, pFound, static_cast<int>(nSize));
         return 1;
     }
-    static BOOL WINAPI Volume(const wchar_t* pRoot, wchar_t* pName, DWORD, DWORD* pdwSerial, DWORD* pdwMaxName, DWORD* pdwFlags, wchar_t* pFileSystem,
-                              DWORD)
+    static BOOL WINAPI Volume(const wchar_t* pRoot, wchar_t* pName, DWORD, DWORD* pdwSerial, DWORD* pdwMaxName,
+                              DWORD* pdwFlags, wchar_t* pFileSystem, DWORD)
     {
         const CDrive& rDrive = s_pPc->Root(pRoot);
         if (rDrive.pVolume == nullptr)
@@ -217,7 +258,8 @@ struct CPc
         *pdwFlags = rDrive.dwFlags;
         return TRUE;
     }
-    static BOOL WINAPI Capacity(const wchar_t* pRoot, ULARGE_INTEGER* pAvailable, ULARGE_INTEGER* pTotal, ULARGE_INTEGER* pFree)
+    static BOOL WINAPI Capacity(const wchar_t* pRoot, ULARGE_INTEGER* pAvailable, ULARGE_INTEGER* pTotal,
+                                ULARGE_INTEGER* pFree)
     {
         const ULONGLONG(&aFigures)[3] = s_pPc->Root(pRoot).aFigures;
         pAvailable->QuadPart = aFigures[0];
@@ -281,13 +323,15 @@ TEST(HardwareInfoCollector, WritesTheReport)
     ASSERT_GE(rSent.size(), 44u);
     EXPECT_EQ(std::vector<BYTE>(rSent.begin() + 28, rSent.begin() + 34), FromHex("12 00 00 00 38 00"));
     pc.NoteProgress();
-    EXPECT_THAT(pc.States, ElementsAre("14 Collecting PC Model information...", "28 Collecting Tolvane PD Driver information...",
-                                       "42 Collecting ASPI information...", "57 Collecting Memory information...",
-                                       "71 Collecting Display Device information...", "85 Collecting Storage Device information...",
-                                       "100 Collecting Device information..."));
+    EXPECT_THAT(pc.States,
+                ElementsAre("14 Collecting PC Model information...", "28 Collecting Tolvane PD Driver information...",
+                            "42 Collecting ASPI information...", "57 Collecting Memory information...",
+                            "71 Collecting Display Device information...",
+                            "85 Collecting Storage Device information...", "100 Collecting Device information..."));
     EXPECT_THAT(OwnRecords(watch),
                 ElementsAre("[OutputPcModelName] CRegKey::QueryStringValue( \"SystemManufacturer\" ) failed. [2]",
-                            "[Collect] OutputPcModelName() failed.[0x80004005]", "[GetVolumeInfo] ::GetVolumeInformation( D:\\ ) failed. [0x80070015]",
+                            "[Collect] OutputPcModelName() failed.[0x80004005]",
+                            "[GetVolumeInfo] ::GetVolumeInformation( D:\\ ) failed. [0x80070015]",
                             "[OutputStorageDeviceInfo] COpdStorageDevice::GetDriveInfo( G: ) failed. [0x80070002]",
                             "[GetVolumeInfo] ::GetVolumeInformation( H:\\ ) failed. [0x80070015]",
                             "[OutputUsbInfo] COpdUsbDeviceInfo::GetUsbDescriptors( H: ) failed. [0x80070015]",
@@ -295,8 +339,8 @@ TEST(HardwareInfoCollector, WritesTheReport)
                             "[OutputStorageDeviceInfo] ::QueryDosDevice( J: ) failed. [0x80070002]",
                             "[GetVolumeInfo] ::GetVolumeInformation( J:\\ ) failed. [0x80070015]",
                             "[GetVolumeInfo] ::GetVolumeInformation( Z:\\ ) failed. [0x80070015]"));
-    for (const wchar_t* const pName : { L"DeviceTree-Detail.txt", L"DeviceTree.txt", L"DeviceList-All.txt", L"DeviceList-Present.txt",
-                                        L"UsbDeviceTree-Detail.txt", L"UsbDeviceTree.txt" })
+    for (const wchar_t* const pName : { L"DeviceTree-Detail.txt", L"DeviceTree.txt", L"DeviceList-All.txt",
+                                        L"DeviceList-Present.txt", L"UsbDeviceTree-Detail.txt", L"UsbDeviceTree.txt" })
         EXPECT_NE(ReadBytes(folder / (L"new\\out\\" + std::wstring(pName))), "") << Utf8(pName);
 }
 
@@ -311,9 +355,12 @@ TEST(HardwareInfoCollector, NamesThePc)
     } aCases[] = {
         { { L"A", L"B", L"C", L"D" }, "Manufacturer : \"A\"\nProductName  : \"B\"\n", {} },
         // The record names the other value's text.
-        { { L"A", nullptr, L"C", nullptr }, "Manufacturer : \"A\"\nVendor: \"C\"\n",
-          { "[OutputPcModelName] CRegKey::QueryStringValue( \"SystemProductName\" ) failed. [2]", "[Collect] OutputPcModelName() failed.[0x80004005]",
-            "[OutputPcModelNumber] CRegKey::QueryStringValue( \"C\" ) failed. [2]", "[Collect] OutputPcModelNumber() failed.[0x80004005]" } },
+        { { L"A", nullptr, L"C", nullptr },
+          "Manufacturer : \"A\"\nVendor: \"C\"\n",
+          { "[OutputPcModelName] CRegKey::QueryStringValue( \"SystemProductName\" ) failed. [2]",
+            "[Collect] OutputPcModelName() failed.[0x80004005]",
+            "[OutputPcModelNumber] CRegKey::QueryStringValue( \"C\" ) failed. [2]",
+            "[Collect] OutputPcModelNumber() failed.[0x80004005]" } },
     };
     for (const auto& rCase : aCases)
     {
@@ -324,7 +371,8 @@ TEST(HardwareInfoCollector, NamesThePc)
         pc.Drives.clear();
         const CLogWatch watch;
         EXPECT_EQ(CHardwareInfoCollector().Collect(folder.Path()), S_OK);
-        EXPECT_THAT(ReportBody(folder / L"HardwareInfo.txt"), HasSubstr("[PC]\n\n" + std::string(rCase.pTold) + "____"));
+        EXPECT_THAT(ReportBody(folder / L"HardwareInfo.txt"),
+                    HasSubstr("[PC]\n\n" + std::string(rCase.pTold) + "____"));
         EXPECT_EQ(OwnRecords(watch), rCase.Records);
     }
 }
@@ -344,18 +392,21 @@ TEST(HardwareInfoCollector, GoesOnWhenAStageFails)
     const CLogWatch watch;
     EXPECT_EQ(CHardwareInfoCollector().Collect(folder.Path()), S_OK);
     std::string sHeads;
-    for (const char* const pHead : { "[PC]", "[Tolvane PD Driver]", "[ASPI]", "[Memory]", "[Display]", "[LogicalDrives]" })
+    for (const char* const pHead :
+         { "[PC]", "[Tolvane PD Driver]", "[ASPI]", "[Memory]", "[Display]", "[LogicalDrives]" })
         sHeads += std::string(48, '_') + '\n' + pHead + "\n\n";
     EXPECT_EQ(ReportBody(folder / L"HardwareInfo.txt"), sHeads);
     EXPECT_THAT(OwnRecords(watch),
-                ElementsAre("[OutputPcModelName] CRegKey::Open( \"SYSTEM\\CurrentControlSet\\Control\\SystemInformation\\\" ) failed. [2]",
+                ElementsAre("[OutputPcModelName] CRegKey::Open( "
+                            "\"SYSTEM\\CurrentControlSet\\Control\\SystemInformation\\\" ) failed. [2]",
                             "[Collect] OutputPcModelName() failed.[0x80004005]", HasSubstr("OemInfo\\\" ) failed. [2]"),
                             "[Collect] OutputPcModelNumber() failed.[0x80004005]",
                             "[OutputPdDriverInfo] GetWindowsDirectory() failed.[0x8007000580070005]",
                             "[Collect] OutputPdDriverInfo() failed.[0x80070005]",
                             "[OutputGetAspiVersion] GetWindowsDirectory() failed.[0x8007000580070005]",
                             "[Collect] OutputGetAspiVersion() failed.[0x80070005]",
-                            "[OutputMemoryInfo] ::GlobalMemoryStatusEx() failed. [0x80070005]", "[Collect] OutputMemoryInfo() failed.[0x80004005]"));
+                            "[OutputMemoryInfo] ::GlobalMemoryStatusEx() failed. [0x80070005]",
+                            "[Collect] OutputMemoryInfo() failed.[0x80004005]"));
 }
 
 // A report that cannot be made ends the collection before anything is asked.
@@ -369,8 +420,10 @@ TEST(HardwareInfoCollector, RefusesAPlaceWhereItCannotWrite)
     EXPECT_EQ(CHardwareInfoCollector().Collect(L""), E_INVALIDARG);
     EXPECT_EQ(CHardwareInfoCollector().Collect(sFile), E_UNEXPECTED);
     EXPECT_EQ(CHardwareInfoCollector().Collect(sTaken), E_ACCESSDENIED);
-    EXPECT_THAT(OwnRecords(watch), ElementsAre("[Collect] COpdDirectoryHelper::CreateDirectoryEx(\"" + Utf8(sFile) + "\") failed. [0x8000FFFF]",
-                                               "[Collect] CResultLog::Open( \"" + Utf8(sTaken) + "\\HardwareInfo.txt\" ) failed. [0x80070005]"));
+    EXPECT_THAT(
+        OwnRecords(watch),
+        ElementsAre("[Collect] COpdDirectoryHelper::CreateDirectoryEx(\"" + Utf8(sFile) + "\") failed. [0x8000FFFF]",
+                    "[Collect] CResultLog::Open( \"" + Utf8(sTaken) + "\\HardwareInfo.txt\" ) failed. [0x80070005]"));
     EXPECT_THAT(pc.States, ElementsAre());
     EXPECT_FALSE(FileExists(sTaken + L"\\DeviceTree.txt"));
 }

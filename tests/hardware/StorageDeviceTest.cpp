@@ -54,18 +54,27 @@ TEST(StorageDevice, ReadsADescriptorThatItDoesNotTrust)
             Sizes.push_back(rRequest.Out.size());
             const CAnswer answer = Answers.front();
             Answers.pop_front();
-            const DWORD aHead[] = { 40, 0xFFFFFFFF, 0x00010000, answer.aOffsets[0], answer.aOffsets[1], answer.aOffsets[2], answer.aOffsets[3], 7 };
+            const DWORD aHead[] = { 40,
+                                    0xFFFFFFFF,
+                                    0x00010000,
+                                    answer.aOffsets[0],
+                                    answer.aOffsets[1],
+                                    answer.aOffsets[2],
+                                    answer.aOffsets[3],
+                                    7 };
             std::memcpy(rRequest.Out.data(), aHead, sizeof aHead);
             if (answer.dwTextAt == 36)
                 std::memcpy(rRequest.Out.data() + 36, answer.pText, 16);
             else
-                std::memcpy(rRequest.Out.data() + answer.dwTextAt, answer.pText, answer.dwTextAt != 0 ? std::strlen(answer.pText) : 0);
+                std::memcpy(rRequest.Out.data() + answer.dwTextAt, answer.pText,
+                            answer.dwTextAt != 0 ? std::strlen(answer.pText) : 0);
             return answer.dwError;
         });
         CStorageDriveInfo info;
         EXPECT_EQ(COpdStorageDevice(COpdStorageDevice::StandardOpenDeviceFunction).GetDriveInfo(3, info), rCase.hr);
         EXPECT_EQ(Told(info), rCase.sTold);
-        EXPECT_EQ(Sizes, Sizes.size() == 1 ? std::vector<std::size_t>{ 4096 } : (std::vector<std::size_t>{ 4096, 40960 }));
+        EXPECT_EQ(Sizes,
+                  Sizes.size() == 1 ? std::vector<std::size_t>{ 4096 } : (std::vector<std::size_t>{ 4096, 40960 }));
         EXPECT_TRUE(Answers.empty());
         EXPECT_EQ(io.OpenHandles(), 0u);
         // Without access: a slot without a medium opens too.

@@ -18,14 +18,16 @@ struct CAsked
     explicit CAsked(wchar_t cDrive)
     {
         const COpdUsbDeviceInfo info(COpdUsbDeviceInfo::StandardOpenDeviceFunction);
-        hr = info.GetUsbDescriptors(static_cast<BYTE>(cDrive - L'A'), Device, &Interfaces, &sManufacturer, &sProduct, &sSerial);
+        hr = info.GetUsbDescriptors(static_cast<BYTE>(cDrive - L'A'), Device, &Interfaces, &sManufacturer, &sProduct,
+                                    &sSerial);
     }
     std::string Told() const
     {
-        std::wstring sText = FormatText(L"%04X %04X|%s|%s|%s|", Device.idVendor, Device.idProduct, sManufacturer, sProduct, sSerial);
+        std::wstring sText = FormatText(L"%04X %04X|%s|%s|%s|", Device.idVendor, Device.idProduct, sManufacturer,
+                                        sProduct, sSerial);
         for (const USB_INTERFACE_DESCRIPTOR& rInterface : Interfaces)
-            sText += FormatText(L"%u.%u:%02X/%02X ", rInterface.bInterfaceNumber, rInterface.bAlternateSetting, rInterface.bInterfaceClass,
-                                rInterface.bInterfaceProtocol);
+            sText += FormatText(L"%u.%u:%02X/%02X ", rInterface.bInterfaceNumber, rInterface.bAlternateSetting,
+                                rInterface.bInterfaceClass, rInterface.bInterfaceProtocol);
         return Utf8(sText);
     }
 };
@@ -69,8 +71,10 @@ TEST(UsbDeviceInfo, FindsTheDeviceOfADrive)
     rPort.Languages.clear();
     EXPECT_EQ(CAsked(L'E').Told(), "0781 5567||||0.0:08/50 ");
     // An interface of eleven bytes counts, one of ten ends the walk.
-    rPort.sConfiguration = std::string("\x09\x02\x27\x00\x01\x01\x00\x80\x64\x0B\x04\x00\x00\x00\x08\x06\x50\x00\x01\x00", 20) +
-                           std::string("\x0A\x04\x01\x00\x00\x08\x06\x50\x00\x01\x09\x04\x02\x00\x00\x08\x06\x50\x00", 19);
+    rPort.sConfiguration = std::string(
+                               "\x09\x02\x27\x00\x01\x01\x00\x80\x64\x0B\x04\x00\x00\x00\x08\x06\x50\x00\x01\x00", 20) +
+                           std::string("\x0A\x04\x01\x00\x00\x08\x06\x50\x00\x01\x09\x04\x02\x00\x00\x08\x06\x50\x00",
+                                       19);
     EXPECT_EQ(CAsked(L'E').Told(), "0781 5567||||0.0:08/50 ");
     rPort.sConfiguration.clear();
     EXPECT_EQ(CAsked(L'E').Told(), "0781 5567||||");

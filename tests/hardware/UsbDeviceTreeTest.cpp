@@ -85,7 +85,8 @@ TEST(UsbDeviceTree, ClampsCounts)
 {
     CUsbPc pc;
     pc.Port(0, 1).dwOpenPipes = 4000000000;
-    pc.Port(0, 1).sConfiguration = std::string("\x09\x02\x1E\x00\x01\x01\x00\x80\x64\x09\x21\x10\x01\x00\xFF\x22\x41\x00", 18) +
+    pc.Port(0, 1).sConfiguration = std::string(
+                                       "\x09\x02\x1E\x00\x01\x01\x00\x80\x64\x09\x21\x10\x01\x00\xFF\x22\x41\x00", 18) +
                                    std::string("\x0C\x21\x10\x01\x00\xFF\x22\x41\x00\x22\x05\x00", 12);
     const std::string sPort = pc.DumpPort(1);
     EXPECT_EQ(Count(sPort, "<Endpoint Descriptor>"), 30u);
@@ -105,7 +106,9 @@ TEST(UsbDeviceTree, ClampsCounts)
 TEST(UsbDeviceTree, LosesOnlyWhatADeviceGotWrong)
 {
     const auto Fail = [](CFakeRequest&, DWORD& rdwError) { rdwError = ERROR_GEN_FAILURE; };
-    const auto Short = [](DWORD dwReturned) { return [=](CFakeRequest& rRequest, DWORD&) { rRequest.dwReturned = dwReturned; }; };
+    const auto Short = [](DWORD dwReturned) {
+        return [=](CFakeRequest& rRequest, DWORD&) { rRequest.dwReturned = dwReturned; };
+    };
     const auto Byte = [](std::size_t nAt, BYTE nValue, std::size_t nSize = 0) {
         return [=](CFakeRequest& rRequest, DWORD&) {
             if (nSize == 0 || rRequest.Out.size() == nSize)
@@ -157,7 +160,8 @@ TEST(UsbDeviceTree, EndsAtHubsThatCannotBeWalked)
     EXPECT_EQ(pc.Dump(true), "");
 }
 
-// Mutated answers to every request, of the whole tree and on the way from a drive: no crash, no endless loop, nothing left open.
+// Mutated answers to every request, of the whole tree and on the way from a drive: no crash, no endless loop, nothing
+// left open.
 TEST(UsbDeviceTree, StandsMutatedAnswers)
 {
     std::mt19937 random(7);
@@ -179,7 +183,8 @@ TEST(UsbDeviceTree, StandsMutatedAnswers)
         pc.Dump(nRound % 4 == 0);
         USB_DEVICE_DESCRIPTOR Device;
         std::vector<USB_INTERFACE_DESCRIPTOR> Interfaces;
-        COpdUsbDeviceInfo(COpdUsbDeviceInfo::StandardOpenDeviceFunction).GetUsbDescriptors('F' - 'A', Device, &Interfaces, nullptr, nullptr, nullptr);
+        COpdUsbDeviceInfo(COpdUsbDeviceInfo::StandardOpenDeviceFunction)
+            .GetUsbDescriptors('F' - 'A', Device, &Interfaces, nullptr, nullptr, nullptr);
         EXPECT_EQ(pc.io.OpenHandles(), 0u);
     }
 }

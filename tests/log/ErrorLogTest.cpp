@@ -24,7 +24,8 @@ namespace
 
 constexpr const char* Bom = "\xEF\xBB\xBF";
 
-std::unique_ptr<CLogSystem> MakeLog(const std::wstring& sPath, DWORD dwLimit = 0x200000, Encoding eEncoding = Encoding::Ansi, const wchar_t* pTitle = L"")
+std::unique_ptr<CLogSystem> MakeLog(const std::wstring& sPath, DWORD dwLimit = 0x200000,
+                                    Encoding eEncoding = Encoding::Ansi, const wchar_t* pTitle = L"")
 {
     const auto pInfo = Common::CReference<CLogSysInfo>::Own(new CLogSysInfo);
     CLogSystemSettings settings;
@@ -45,7 +46,8 @@ Common::CReference<ILogIO> MakeOutput(const std::wstring& sPath, DWORD dwLimit, 
 std::string WithoutTimes(const std::string& sLog)
 {
     const std::string sProcess = Utf8(FormatText(L"%X", ::GetCurrentProcessId()));
-    return std::regex_replace(sLog, std::regex("\\[\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\]\\[" + sProcess + "\\] "), "@");
+    return std::regex_replace(
+        sLog, std::regex("\\[\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\]\\[" + sProcess + "\\] "), "@");
 }
 
 std::string Banner(const std::string& sTitle = "")
@@ -93,7 +95,8 @@ TEST(ErrorLog, LosesItsOldestLinesInTheTrimForm)
     const auto pOutput = MakeOutput(folder / L"a.log", 33, true, Encoding::Utf8);
     for (const wchar_t* pLine : { L"11111111", L"2222\u65e52", L"33333333", L"44444444" })
         pOutput->WriteLine(pLine);
-    EXPECT_EQ(ReadBytes(folder / L"a.log"), std::string(Bom) + "2222\xE6\x97\xA5" "2\r\n33333333\r\n44444444\r\n");
+    EXPECT_EQ(ReadBytes(folder / L"a.log"), std::string(Bom) + "2222\xE6\x97\xA5"
+                                                               "2\r\n33333333\r\n44444444\r\n");
     EXPECT_FALSE(FileExists(folder / L"a.log.bak"));
 }
 
@@ -121,7 +124,8 @@ TEST(ErrorLog, IsSharedByManyProcesses)
     const std::wstring sName = FormatText(L"Shared%u.log", ::GetCurrentProcessId());
     const CKernelHandle hGo(::CreateEventW(nullptr, TRUE, FALSE, sName.c_str()));
     ::SetEnvironmentVariableW(Mark, (folder / sName).c_str());
-    const std::wstring sSwitches = L"-l" + folder.Path() + L" -path:result" + folder.Path() + L" --gtest_filter=ErrorLog.IsSharedByManyProcesses";
+    const std::wstring sSwitches = L"-l" + folder.Path() + L" -path:result" + folder.Path() +
+                                   L" --gtest_filter=ErrorLog.IsSharedByManyProcesses";
     std::vector<DWORD> ExitCodes(8, 99);
     std::vector<std::thread> Threads;
     for (DWORD& rdwExitCode : ExitCodes)
@@ -154,15 +158,24 @@ TEST(FunctionLog, RecordsAndThrows)
         CFunctionLog log("CThing::Read");
         Results.push_back(log.Run([&] { body(log); }));
     };
-    Result([](const CFunctionLog& log) { log.Warning(L"told %d", 5); log.Assert(L"on"); log.Error(L"and on"); log.Judge(L"judged"); });
-    Result([](const CFunctionLog& log) { log.Judge(nullptr); log.Check(S_FALSE, L"%s [0x%08X]", std::wstring(L"fine")); });
+    Result([](const CFunctionLog& log) {
+        log.Warning(L"told %d", 5);
+        log.Assert(L"on");
+        log.Error(L"and on");
+        log.Judge(L"judged");
+    });
+    Result([](const CFunctionLog& log) {
+        log.Judge(nullptr);
+        log.Check(S_FALSE, L"%s [0x%08X]", std::wstring(L"fine"));
+    });
     Result([](const CFunctionLog& log) { log.Throw(ERROR_ACCESS_DENIED, L"positive"); });
     Result([](const CFunctionLog& log) { log.Check(E_POINTER, L"%s [0x%08X]", std::wstring(L"%s")); });
     Result([](const CFunctionLog& log) { log.Fail(E_ABORT, L"%s", std::wstring(3000, L'x')); });
     EXPECT_THAT(Results, ElementsAre(S_OK, S_OK, E_FAIL, E_POINTER, E_ABORT));
     const std::string sName = "[CThing::Read] ";
-    EXPECT_THAT(watch.Records(), ElementsAre(sName + "told 5", sName + "on", sName + "and on", sName + "judged", sName + "positive", sName + "%s [0x80004003]",
-                                             sName + std::string(2047 - 6 - sName.size(), 'x')));
+    EXPECT_THAT(watch.Records(),
+                ElementsAre(sName + "told 5", sName + "on", sName + "and on", sName + "judged", sName + "positive",
+                            sName + "%s [0x80004003]", sName + std::string(2047 - 6 - sName.size(), 'x')));
 }
 
 } // namespace

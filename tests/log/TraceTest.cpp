@@ -99,11 +99,18 @@ TEST(Trace, HoldsTheScopesThatPassAndAllRecords)
     const CTestFolder folder;
     const std::wstring sProgram = folder / L"traced.exe";
     ASSERT_TRUE(::CopyFileW(ModulePath().c_str(), sProgram.c_str(), TRUE));
-    folder.Write(L"Kelvarin.log.xml", "<LOG><FACTORY name='IOutputLogSystemFactory' class='opLogSys::File::COutputLogSystemFactory' autoflush='true' location='.\\trace'/>"
-                                      "<FILTERLIST><FILTER subject='CTraced' minLevel='10' maxLevel='10'/><FILTER subject='CUntraced' minLevel='0' maxLevel='9'/></FILTERLIST></LOG>");
+    folder.Write(L"Kelvarin.log.xml",
+                 "<LOG><FACTORY name='IOutputLogSystemFactory' class='opLogSys::File::COutputLogSystemFactory' "
+                 "autoflush='true' location='.\\trace'/>"
+                 "<FILTERLIST><FILTER subject='CTraced' minLevel='10' maxLevel='10'/><FILTER subject='CUntraced' "
+                 "minLevel='0' maxLevel='9'/></FILTERLIST></LOG>");
     ::SetEnvironmentVariableW(Mark, L"1");
     DWORD dwExitCode = 99;
-    EXPECT_EQ(COpdExecFile::Execute(sProgram, L"-l" + folder.Path() + L" -path:result" + folder.Path() + L" --gtest_filter=Trace.HoldsTheScopesThatPassAndAllRecords", &dwExitCode), S_OK);
+    EXPECT_EQ(COpdExecFile::Execute(sProgram,
+                                    L"-l" + folder.Path() + L" -path:result" + folder.Path() +
+                                        L" --gtest_filter=Trace.HoldsTheScopesThatPassAndAllRecords",
+                                    &dwExitCode),
+              S_OK);
     ::SetEnvironmentVariableW(Mark, nullptr);
     EXPECT_EQ(dwExitCode, 0u);
 
@@ -111,7 +118,8 @@ TEST(Trace, HoldsTheScopesThatPassAndAllRecords)
     ASSERT_EQ(COpdFileHelper::FindFiles(folder / L"trace\\Kelvarin-*.log", Names), S_OK);
     ASSERT_EQ(Names.size(), 1u);
     const std::string sTrace = ReadBytes(folder / (L"trace\\" + Names[0]));
-    const std::regex Line("\\[([0-9A-F]{8})\\]\\[\\d{4}/\\d\\d/\\d\\d\\(\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\)\\]([^\r]*)\r\n");
+    const std::regex Line(
+        "\\[([0-9A-F]{8})\\]\\[\\d{4}/\\d\\d/\\d\\d\\(\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\)\\]([^\r]*)\r\n");
     std::map<std::string, std::string> Threads;
     std::size_t nLength = 0;
     for (std::sregex_iterator it(sTrace.begin(), sTrace.end(), Line); it != std::sregex_iterator(); ++it)
@@ -123,7 +131,8 @@ TEST(Trace, HoldsTheScopesThatPassAndAllRecords)
     EXPECT_EQ(Threads.size(), 2u);
     std::wstring sExpected;
     for (int n = 0; n < Rounds; ++n)
-        sExpected += L"┌ CTraced::Outer()\n│ at 7\n│┌ CTraced::Inner()\n││ told\n│└ CTraced::Inner()\n└ CTraced::Outer() : return 0x80004004 [-2147467260]\n│ at the end\n";
+        sExpected += L"┌ CTraced::Outer()\n│ at 7\n│┌ CTraced::Inner()\n││ told\n│└ CTraced::Inner()\n└ "
+                     L"CTraced::Outer() : return 0x80004004 [-2147467260]\n│ at the end\n";
     for (const auto& rThread : Threads)
         EXPECT_EQ(rThread.second, ToNarrow(sExpected, CP_ACP));
 
@@ -132,7 +141,8 @@ TEST(Trace, HoldsTheScopesThatPassAndAllRecords)
     std::smatch Found;
     ASSERT_TRUE(std::regex_search(sErrors, Found, Record));
     EXPECT_EQ(std::stoi(Found.str(1)), CTraced::ToldLine);
-    EXPECT_EQ(std::distance(std::sregex_iterator(sErrors.begin(), sErrors.end(), Record), std::sregex_iterator()), 2 * Rounds);
+    EXPECT_EQ(std::distance(std::sregex_iterator(sErrors.begin(), sErrors.end(), Record), std::sregex_iterator()),
+              2 * Rounds);
 }
 
 } // namespace

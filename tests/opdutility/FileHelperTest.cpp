@@ -67,14 +67,16 @@ TEST(FileHelper, ReadsWholeFilesOnly)
     EXPECT_EQ(pData, nullptr);
     const std::string sRecord = "[COpdFileHelper::ReadFile] ";
     EXPECT_THAT(watch.Records(),
-                ElementsAre(sRecord + "File size was 0. File:" + Utf8(sEmpty), sRecord + "::CreateFile( " + Utf8(folder / L"none") + " ) failed. [0x80070002]."));
+                ElementsAre(sRecord + "File size was 0. File:" + Utf8(sEmpty),
+                            sRecord + "::CreateFile( " + Utf8(folder / L"none") + " ) failed. [0x80070002]."));
 }
 
 // Files in use are the interesting ones; the size has 32 bits in every report.
 TEST(FileHelper, AsksAboutFilesThatOthersHold)
 {
     const CTestFolder folder;
-    const CFileHandle hFile(::CreateFileW((folder / L"held").c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    const CFileHandle hFile(
+        ::CreateFileW((folder / L"held").c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     ASSERT_TRUE(hFile);
     LARGE_INTEGER Size;
     Size.QuadPart = 0x100000005;

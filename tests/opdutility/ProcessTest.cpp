@@ -25,7 +25,8 @@ TEST(ExecFile, RunsAProgramAndGivesItsExitCode)
     EXPECT_EQ(COpdExecFile::Execute(folder / L"no such.exe", L"", &dwExitCode), static_cast<HRESULT>(0x80070002));
     EXPECT_EQ(COpdExecFile::Execute(L"", L"/c", &dwExitCode), E_INVALIDARG);
     EXPECT_EQ(dwExitCode, 259u);
-    EXPECT_THAT(watch.Records(), ElementsAre("[COpdExecFile::Execute] ::CreateProcess( \"" + Utf8(folder / L"no such.exe") + "\"  ) failed. [0x80070002]",
+    EXPECT_THAT(watch.Records(), ElementsAre("[COpdExecFile::Execute] ::CreateProcess( \"" +
+                                                 Utf8(folder / L"no such.exe") + "\"  ) failed. [0x80070002]",
                                              "[COpdExecFile::Execute] rcsFileName == empty"));
 }
 
@@ -57,8 +58,14 @@ DWORD NameOf(const wchar_t* pPrefix, LPVOID pAddress, DWORD dwNameless, LPWSTR p
     ::SetLastError(ERROR_INVALID_HANDLE);
     return n == dwNameless ? 0 : static_cast<DWORD>(::wsprintfW(pName, L"%s%u.sys", pPrefix, n));
 }
-DWORD WINAPI FakeFileName(LPVOID pAddress, LPWSTR pName, DWORD) { return NameOf(L"\\??\\C:\\d", pAddress, 1, pName); }
-DWORD WINAPI FakeBaseName(LPVOID pAddress, LPWSTR pName, DWORD) { return NameOf(L"d", pAddress, 2, pName); }
+DWORD WINAPI FakeFileName(LPVOID pAddress, LPWSTR pName, DWORD)
+{
+    return NameOf(L"\\??\\C:\\d", pAddress, 1, pName);
+}
+DWORD WINAPI FakeBaseName(LPVOID pAddress, LPWSTR pName, DWORD)
+{
+    return NameOf(L"d", pAddress, 2, pName);
+}
 
 // One driver without a name must not hide the others, and drivers that come or go between the calls must not crash.
 TEST(DriverInfo, ListsTheDriversThatHaveNames)
@@ -72,7 +79,11 @@ TEST(DriverInfo, ListsTheDriversThatHaveNames)
         bool bFails;
         HRESULT hr;
         std::size_t nListed;
-    } aCases[] = { { 16, 16, false, S_OK, 2 }, { 4, 16, false, S_OK, 1 }, { 16, 4, false, S_OK, 1 }, { 0, 0, false, E_FAIL, 0 }, { 8, 8, true, E_FAIL, 0 } };
+    } aCases[] = { { 16, 16, false, S_OK, 2 },
+                   { 4, 16, false, S_OK, 1 },
+                   { 16, 4, false, S_OK, 1 },
+                   { 0, 0, false, E_FAIL, 0 },
+                   { 8, 8, true, E_FAIL, 0 } };
     for (const auto& rCase : aCases)
     {
         s_aDriverBytes[0] = rCase.dwFirst;

@@ -18,6 +18,7 @@ TEST(RegKey, TrustsNoData)
         std::string sBytes;
         DWORD dwStatus;
         const wchar_t* pText;
+        // clang-format off
     } aCases[] = {
         { REG_EXPAND_SZ, "%\0a\0%\0\0\0"s, ERROR_SUCCESS, L"%a%" },
         { REG_SZ, "a\0\0\0b\0\0\0"s, ERROR_SUCCESS, L"a" },
@@ -28,6 +29,7 @@ TEST(RegKey, TrustsNoData)
         { REG_MULTI_SZ, "a\0\0\0\0\0"s, ERROR_INVALID_DATA, L"old" },
         { REG_SZ, "a\0b\0c\0d\0\0\0"s, ERROR_MORE_DATA, L"old" }, // one too long
     };
+    // clang-format on
     CRegKey reg;
     ASSERT_EQ(reg.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\KelvarinRegKeyTest", KEY_READ), ERROR_SUCCESS);
     for (const auto& rCase : aCases)

@@ -15,8 +15,14 @@ TEST(Path, JoinsAndTakesApart)
     {
         std::wstring sDirPath, sName, sJoined;
     } aJoins[] = {
-        { L"C:\\a\\", L"b", L"C:\\a\\b" }, { L"C:\\", L"b", L"C:\\b" },  { L"C:\\a", L"", L"C:\\a" }, { L"", L"b", L"b" }, { L"C:\\a", L"..\\b", L"C:\\b" },
-        { L"C:\\a", L"D:\\b", L"D:\\b" }, { sLong, L"12345", sLong + L"\\12345" }, { sLong, std::wstring(70000, L'n'), sLong + L'\\' + std::wstring(70000, L'n') },
+        { L"C:\\a\\", L"b", L"C:\\a\\b" },
+        { L"C:\\", L"b", L"C:\\b" },
+        { L"C:\\a", L"", L"C:\\a" },
+        { L"", L"b", L"b" },
+        { L"C:\\a", L"..\\b", L"C:\\b" },
+        { L"C:\\a", L"D:\\b", L"D:\\b" },
+        { sLong, L"12345", sLong + L"\\12345" },
+        { sLong, std::wstring(70000, L'n'), sLong + L'\\' + std::wstring(70000, L'n') },
     };
     for (const auto& rJoin : aJoins)
         EXPECT_EQ(JoinPath(rJoin.sDirPath, rJoin.sName), rJoin.sJoined);
@@ -25,9 +31,12 @@ TEST(Path, JoinsAndTakesApart)
     {
         const wchar_t *pPath, *pDirectory, *pName, *pTailed;
     } aParts[] = {
-        { L"C:\\a\\b.txt", L"C:\\a", L"b.txt", L"C:\\a\\b[1].txt" }, { L"C:\\b.txt", L"C:\\", L"b.txt", L"C:\\b[1].txt" },
-        { L"C:\\a.d\\b", L"C:\\a.d", L"b", L"C:\\a.d\\b[1]" },       { L"b.c.d", L"", L"b.c.d", L"b.c[1].d" },
-        { L"C:/a/b.c", L"C:/a/", L"b.c", L"C:/a/b[1].c" },            { L"", L"", L"", L"[1]" },
+        { L"C:\\a\\b.txt", L"C:\\a", L"b.txt", L"C:\\a\\b[1].txt" },
+        { L"C:\\b.txt", L"C:\\", L"b.txt", L"C:\\b[1].txt" },
+        { L"C:\\a.d\\b", L"C:\\a.d", L"b", L"C:\\a.d\\b[1]" },
+        { L"b.c.d", L"", L"b.c.d", L"b.c[1].d" },
+        { L"C:/a/b.c", L"C:/a/", L"b.c", L"C:/a/b[1].c" },
+        { L"", L"", L"", L"[1]" },
     };
     for (const auto& rPart : aParts)
     {

@@ -18,8 +18,8 @@ TEST(ModuleVersion, ReadsSignedWordsOfEachKind)
         const wchar_t* pPath;
         Kind eKind;
     } aNames[] = {
-        { L"init.Tvm", Kind::Init },    { L"C:\\x\\INIT.TVM", Kind::Module }, { L"C:\\x\\b.tvm", Kind::Module }, { L"device.tvl", Kind::Device },
-        { L"x\\DEVICE.TVL", Kind::None }, { L"a.tvmx", Kind::None },
+        { L"init.Tvm", Kind::Init },     { L"C:\\x\\INIT.TVM", Kind::Module }, { L"C:\\x\\b.tvm", Kind::Module },
+        { L"device.tvl", Kind::Device }, { L"x\\DEVICE.TVL", Kind::None },     { L"a.tvmx", Kind::None },
     };
     for (const auto& rName : aNames)
         EXPECT_EQ(CModuleVersion::KindOf(rName.pPath), rName.eKind) << Utf8(rName.pPath);

@@ -63,26 +63,30 @@ TEST(SptIoCtlDebug, RecordsEveryCommand)
     DWORD dwTransferred = 0;
 
     drive = { .nStatus = 2, .nSenseKey = 2, .nASC = 0x3A };
-    EXPECT_EQ(pDebug->SendNoDataCmd(3, aCdb, &nKey, &nASC, &nASCQ), S_OK);                                      // 00, 01
+    EXPECT_EQ(pDebug->SendNoDataCmd(3, aCdb, &nKey, &nASC, &nASCQ), S_OK); // 00, 01
     drive = { .dwTransferred = 2, .sData = "in" };
-    EXPECT_EQ(pDebug->SendInDataCmd(3, aCdb, 4, aData, &dwTransferred, &nKey, &nASC, &nASCQ), S_OK);            // 02, 03
+    EXPECT_EQ(pDebug->SendInDataCmd(3, aCdb, 4, aData, &dwTransferred, &nKey, &nASC, &nASCQ), S_OK); // 02, 03
     drive = { .dwTransferred = 0xFFFFFFFF };
-    EXPECT_EQ(pDebug->SendOutDataCmdDirect(1, aCdb, 4, aData, &dwTransferred, &nKey, &nASC, &nASCQ), S_OK);     // 04, 05
+    EXPECT_EQ(pDebug->SendOutDataCmdDirect(1, aCdb, 4, aData, &dwTransferred, &nKey, &nASC, &nASCQ), S_OK); // 04, 05
     s_wMilliseconds = 8;
     drive = {};
-    EXPECT_EQ(pDebug->SendInDataCmdDirect(1, aCdb, 4, aData, &dwTransferred, &nKey, &nASC, &nASCQ), S_OK);      // 00, 01, nothing transferred
-    EXPECT_EQ(pDebug->SendInDataCmd(1, aCdb, 0, nullptr, nullptr, &nKey, &nASC, &nASCQ), S_OK);                 // 02, no data to record
-    EXPECT_EQ(pDebug->SendNoDataCmdDirect(0, aCdb, &nKey, &nASC, &nASCQ), E_INVALIDARG);                        // nothing to record
+    EXPECT_EQ(pDebug->SendInDataCmdDirect(1, aCdb, 4, aData, &dwTransferred, &nKey, &nASC, &nASCQ),
+              S_OK); // 00, 01, nothing transferred
+    EXPECT_EQ(pDebug->SendInDataCmd(1, aCdb, 0, nullptr, nullptr, &nKey, &nASC, &nASCQ), S_OK); // 02, no data to record
+    EXPECT_EQ(pDebug->SendNoDataCmdDirect(0, aCdb, &nKey, &nASC, &nASCQ), E_INVALIDARG);        // nothing to record
     drive.dwError = ERROR_IO_DEVICE;
-    EXPECT_EQ(pDebug->SendOutDataCmd(1, aCdb, 4, aData, &dwTransferred, &nKey, &nASC, &nASCQ), HRESULT_FROM_WIN32(ERROR_IO_DEVICE)); // 03 alone
+    EXPECT_EQ(pDebug->SendOutDataCmd(1, aCdb, 4, aData, &dwTransferred, &nKey, &nASC, &nASCQ),
+              HRESULT_FROM_WIN32(ERROR_IO_DEVICE)); // 03 alone
 
     const std::string Cdb("\x12\x01\x02");
+    // clang-format off
     const std::map<std::string, std::string> Expected{
         { "007-00_00_12", Cdb }, { "007-01_01_12_02_3A_00", "" },   { "007-02_00_12", Cdb },    { "007-03_02_12_00_00_00", "in" },
         { "007-04_00_12", "\x12" },
         { "007-05_03_12_00_00_00", std::string("in\0\0", 4) }, { "008-00_00_12", "\x12" }, { "008-01_02_12_00_00_00", "" },
         { "008-02_00_12", "\x12" }, { "008-03_00_12", "\x12" },
     };
+    // clang-format on
     EXPECT_EQ(folder.Records(), Expected);
 }
 

@@ -42,7 +42,8 @@ protected:
     HRESULT In(bool bDirect, const std::vector<BYTE>& rCdb, DWORD dwSize, BYTE* pData)
     {
         const auto pSend = bDirect ? &ISptIoCtl::SendInDataCmdDirect : &ISptIoCtl::SendInDataCmd;
-        return (m_pIo.Get()->*pSend)(static_cast<BYTE>(rCdb.size()), rCdb.data(), dwSize, pData, &m_dwTransferred, &m_nKey, &m_nASC, &m_nASCQ);
+        return (m_pIo.Get()->*pSend)(static_cast<BYTE>(rCdb.size()), rCdb.data(), dwSize, pData, &m_dwTransferred,
+                                     &m_nKey, &m_nASC, &m_nASCQ);
     }
 
     CFakePcIo m_Io;
@@ -71,16 +72,28 @@ TEST_F(CPassThrough, SendsItsRecordByteForByte)
         std::string sData; // the start of the data area
     } aCases[] = {
         { [&] { return rIo.SendNoDataCmd(6, Ready.data(), &m_nKey, &m_nASC, &m_nASCQ); }, 0x4D004,
-          "2C00 00 00 01 00 06 12 02 000000 00000000 1E000000 42000000 30000000 00000000000000000000000000000000" + Sense, 578, "" },
+          "2C00 00 00 01 00 06 12 02 000000 00000000 1E000000 42000000 30000000 00000000000000000000000000000000" +
+              Sense,
+          578, "" },
         { [&] { return In(true, Inquiry, 36, pData); }, 0x4D014,
-          "2C00 00 00 01 00 06 12 01 000000 24000000 1E000000 - 30000000 12000000240000000000000000000000" + Sense, 66, "" },
+          "2C00 00 00 01 00 06 12 01 000000 24000000 1E000000 - 30000000 12000000240000000000000000000000" + Sense, 66,
+          "" },
         { [&] { return In(false, Read, 512, pData); }, 0x4D004,
-          "2C00 00 00 01 00 10 12 01 000000 00020000 1E000000 42000000 30000000 880102030405060708090A0B0C0D0E0F" + Sense, 578, "" },
-        { [&] { return rIo.SendOutDataCmd(16, Read.data(), 513, pData, &m_dwTransferred, &m_nKey, &m_nASC, &m_nASCQ); }, 0x4D004,
-          "2C00 00 00 01 00 10 12 00 000000 01020000 1E000000 42000000 30000000 880102030405060708090A0B0C0D0E0F" + Sense, 594,
-          std::string(513, 'd') },
-        { [&] { return rIo.SendOutDataCmdDirect(6, Inquiry.data(), 513, pData, &m_dwTransferred, &m_nKey, &m_nASC, &m_nASCQ); }, 0x4D014,
-          "2C00 00 00 01 00 06 12 00 000000 01020000 1E000000 - 30000000 12000000240000000000000000000000" + Sense, 66, "" },
+          "2C00 00 00 01 00 10 12 01 000000 00020000 1E000000 42000000 30000000 880102030405060708090A0B0C0D0E0F" +
+              Sense,
+          578, "" },
+        { [&] { return rIo.SendOutDataCmd(16, Read.data(), 513, pData, &m_dwTransferred, &m_nKey, &m_nASC, &m_nASCQ); },
+          0x4D004,
+          "2C00 00 00 01 00 10 12 00 000000 01020000 1E000000 42000000 30000000 880102030405060708090A0B0C0D0E0F" +
+              Sense,
+          594, std::string(513, 'd') },
+        { [&] {
+             return rIo.SendOutDataCmdDirect(6, Inquiry.data(), 513, pData, &m_dwTransferred, &m_nKey, &m_nASC,
+                                             &m_nASCQ);
+         },
+          0x4D014,
+          "2C00 00 00 01 00 06 12 00 000000 01020000 1E000000 - 30000000 12000000240000000000000000000000" + Sense, 66,
+          "" },
     };
     for (const auto& rCase : aCases)
     {
@@ -108,13 +121,18 @@ TEST_F(CPassThrough, JudgesByKeyAndStatus)
         HRESULT hr;
         bool bBuffered, bDirect; // whether they tell
     } aCases[] = {
-        { 0x00, 0x00, 0x00, 0x00, S_OK, false, false },         { 0xFF, 0xF0, 0x3A, 0x00, E_UNEXPECTED, true, true },
-        { 0x02, 0x02, 0x3A, 0x00, S_OK, false, true },          { 0x02, 0x02, 0x3A, 0x01, S_OK, true, false },
+        { 0x00, 0x00, 0x00, 0x00, S_OK, false, false }, { 0xFF, 0xF0, 0x3A, 0x00, E_UNEXPECTED, true, true },
+        { 0x02, 0x02, 0x3A, 0x00, S_OK, false, true },  { 0x02, 0x02, 0x3A, 0x01, S_OK, true, false },
         { 0x00, 0xFF, 0xFF, 0xFF, S_OK, true, true },
     };
     for (const auto& rCase : aCases)
     {
-        m_Drive = { .nStatus = rCase.nStatus, .nSenseKey = rCase.nKey, .nASC = rCase.nASC, .nASCQ = rCase.nASCQ, .dwTransferred = 2, .sData = "ab" };
+        m_Drive = { .nStatus = rCase.nStatus,
+                    .nSenseKey = rCase.nKey,
+                    .nASC = rCase.nASC,
+                    .nASCQ = rCase.nASCQ,
+                    .dwTransferred = 2,
+                    .sData = "ab" };
         for (const bool bDirect : { false, true })
         {
             BYTE aData[] = "xxxx";
@@ -130,7 +148,9 @@ TEST_F(CPassThrough, JudgesByKeyAndStatus)
             EXPECT_EQ(std::memcmp(aData, bDirect ? "abxx" : pBuffered, 4), 0);
             std::vector<std::string> Expected;
             if (bDirect ? rCase.bDirect : rCase.bBuffered)
-                Expected = { Utf8(FormatText(L"CDB:6 OPCODE:0x12 / Status:%u Length:14 / SenseKey:0x%02X ASC:0x%02X ASCQ:0x%02X", rCase.nStatus, m_nKey, m_nASC, m_nASCQ)) };
+                Expected = { Utf8(
+                    FormatText(L"CDB:6 OPCODE:0x12 / Status:%u Length:14 / SenseKey:0x%02X ASC:0x%02X ASCQ:0x%02X",
+                               rCase.nStatus, m_nKey, m_nASC, m_nASCQ)) };
             EXPECT_EQ(Told(watch), Expected);
         }
     }
@@ -163,8 +183,10 @@ TEST_F(CPassThrough, StaysOpenBehindAFailure)
     EXPECT_EQ(In(true, FromHex("A8 00"), 600, aData), S_OK);
     EXPECT_EQ(m_pIo->Close(), S_OK);
     EXPECT_EQ(In(true, FromHex("A8 00"), 600, aData), E_UNEXPECTED);
-    EXPECT_THAT(Told(watch), ElementsAre("::DeviceIoControl( \"\\\\.\\E:\", IOCTL_SCSI_PASS_THROUGH, OPCODE:0xA8, IO:0x01, DATA:600, TIMEOUT:7 ) failed. [0x8007045D]",
-                                         "CdbSize(17) > 16", "A drive (C:) has benn already opened.", "Any drive hasn't been opend yet."));
+    EXPECT_THAT(Told(watch), ElementsAre("::DeviceIoControl( \"\\\\.\\E:\", IOCTL_SCSI_PASS_THROUGH, OPCODE:0xA8, "
+                                         "IO:0x01, DATA:600, TIMEOUT:7 ) failed. [0x8007045D]",
+                                         "CdbSize(17) > 16", "A drive (C:) has benn already opened.",
+                                         "Any drive hasn't been opend yet."));
 }
 
 } // namespace

@@ -69,9 +69,18 @@ CONFIGRET WINAPI LocateDevNode(DEVINST* phNode, DEVINSTID_W pId, ULONG ulFlags)
     *phNode = 1;
     return CR_SUCCESS;
 }
-CONFIGRET WINAPI GetChild(DEVINST* phRelated, DEVINST hNode, ULONG) { return Relate('c', &CFakeNode::hChild, phRelated, hNode); }
-CONFIGRET WINAPI GetSibling(DEVINST* phRelated, DEVINST hNode, ULONG) { return Relate('s', &CFakeNode::hSibling, phRelated, hNode); }
-CONFIGRET WINAPI GetParentNode(DEVINST* phRelated, DEVINST hNode, ULONG) { return Relate('p', &CFakeNode::hParent, phRelated, hNode); }
+CONFIGRET WINAPI GetChild(DEVINST* phRelated, DEVINST hNode, ULONG)
+{
+    return Relate('c', &CFakeNode::hChild, phRelated, hNode);
+}
+CONFIGRET WINAPI GetSibling(DEVINST* phRelated, DEVINST hNode, ULONG)
+{
+    return Relate('s', &CFakeNode::hSibling, phRelated, hNode);
+}
+CONFIGRET WINAPI GetParentNode(DEVINST* phRelated, DEVINST hNode, ULONG)
+{
+    return Relate('p', &CFakeNode::hParent, phRelated, hNode);
+}
 // Only nodes that a relation has given are asked for.
 CONFIGRET WINAPI GetIdSize(ULONG* pulLength, DEVINST hNode, ULONG)
 {
@@ -98,12 +107,16 @@ HDEVINFO WINAPI GetClassDevs(const GUID* pGuid, const wchar_t* pEnumerator, HWND
         const CFakeNode& rNode = s_pPc->Nodes()[n];
         if ((rNode.bPresent || (dwFlags & DIGCF_PRESENT) == 0) &&
             (pEnumerator == nullptr || rNode.sId.starts_with(std::wstring(pEnumerator) + L'\\')) &&
-            (pGuid == nullptr || (dwFlags & DIGCF_DEVICEINTERFACE) == 0 || std::ranges::any_of(rNode.Interfaces, IsOfClass)))
+            (pGuid == nullptr || (dwFlags & DIGCF_DEVICEINTERFACE) == 0 ||
+             std::ranges::any_of(rNode.Interfaces, IsOfClass)))
             rMembers.push_back(n + 1);
     }
     return hSet;
 }
-BOOL WINAPI DestroySet(HDEVINFO hSet) { return s_Sets.erase(hSet) == 1 ? TRUE : Fail(ERROR_INVALID_HANDLE); }
+BOOL WINAPI DestroySet(HDEVINFO hSet)
+{
+    return s_Sets.erase(hSet) == 1 ? TRUE : Fail(ERROR_INVALID_HANDLE);
+}
 BOOL WINAPI EnumDevices(HDEVINFO hSet, DWORD nIndex, SP_DEVINFO_DATA* pData)
 {
     if (!s_Sets.contains(hSet) || pData->cbSize != 28)
@@ -114,7 +127,8 @@ BOOL WINAPI EnumDevices(HDEVINFO hSet, DWORD nIndex, SP_DEVINFO_DATA* pData)
     pData->DevInst = rMembers[nIndex];
     return TRUE;
 }
-BOOL WINAPI EnumInterfaces(HDEVINFO hSet, SP_DEVINFO_DATA*, const GUID* pGuid, DWORD nIndex, SP_DEVICE_INTERFACE_DATA* pData)
+BOOL WINAPI EnumInterfaces(HDEVINFO hSet, SP_DEVINFO_DATA*, const GUID* pGuid, DWORD nIndex,
+                           SP_DEVICE_INTERFACE_DATA* pData)
 {
     if (!s_Sets.contains(hSet) || pData->cbSize != 28)
         return Fail(ERROR_INVALID_USER_BUFFER);
@@ -132,8 +146,9 @@ BOOL WINAPI EnumInterfaces(HDEVINFO hSet, SP_DEVINFO_DATA*, const GUID* pGuid, D
     }
     return Fail(ERROR_NO_MORE_ITEMS);
 }
-BOOL WINAPI GetInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA* pInterface, SP_DEVICE_INTERFACE_DETAIL_DATA_W* pDetail, DWORD dwRoom,
-                               DWORD* pdwNeeded, SP_DEVINFO_DATA* pDevice)
+BOOL WINAPI GetInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA* pInterface,
+                               SP_DEVICE_INTERFACE_DETAIL_DATA_W* pDetail, DWORD dwRoom, DWORD* pdwNeeded,
+                               SP_DEVINFO_DATA* pDevice)
 {
     if (!s_Sets.contains(hSet) || (pDetail != nullptr && pDetail->cbSize != 6))
         return Fail(ERROR_INVALID_USER_BUFFER);
@@ -148,13 +163,16 @@ BOOL WINAPI GetInterfaceDetail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA* pInterfa
         pDevice->DevInst = pInterface->Reserved / 256;
     return TRUE;
 }
-BOOL WINAPI GetDeviceProperty(HDEVINFO hSet, SP_DEVINFO_DATA* pData, DWORD dwProperty, DWORD* pdwType, BYTE* pBuffer, DWORD dwRoom, DWORD* pdwSize)
+BOOL WINAPI GetDeviceProperty(HDEVINFO hSet, SP_DEVINFO_DATA* pData, DWORD dwProperty, DWORD* pdwType, BYTE* pBuffer,
+                              DWORD dwRoom, DWORD* pdwSize)
 {
     if (!s_Sets.contains(hSet))
         return Fail(ERROR_INVALID_HANDLE);
     *pdwSize = dwRoom;
     const CONFIGRET cr = GetProperty(pData->DevInst, dwProperty + 1, pdwType, pBuffer, pdwSize, 0);
-    return cr == CR_SUCCESS || Fail(cr == CR_BUFFER_SMALL ? ERROR_INSUFFICIENT_BUFFER : cr == CR_NO_SUCH_VALUE ? ERROR_INVALID_DATA : ERROR_GEN_FAILURE);
+    return cr == CR_SUCCESS || Fail(cr == CR_BUFFER_SMALL    ? ERROR_INSUFFICIENT_BUFFER
+                                    : cr == CR_NO_SUCH_VALUE ? ERROR_INVALID_DATA
+                                                             : ERROR_GEN_FAILURE);
 }
 BOOL WINAPI GetInstanceId(HDEVINFO, SP_DEVINFO_DATA* pData, wchar_t* pBuffer, DWORD dwRoom, DWORD* pdwNeeded)
 {
@@ -189,7 +207,10 @@ struct CFakePcDevices::CPatches
     CImportPatch<decltype(GetInstanceId)> InstanceId{ "SetupDiGetDeviceInstanceIdW", GetInstanceId };
 };
 
-CFakeProperty FakeText(const std::wstring& sText) { return { REG_SZ, Bytes(sText + L'\0') }; }
+CFakeProperty FakeText(const std::wstring& sText)
+{
+    return { REG_SZ, Bytes(sText + L'\0') };
+}
 
 CFakeProperty FakeList(std::initializer_list<std::wstring> Texts)
 {
@@ -199,7 +220,10 @@ CFakeProperty FakeList(std::initializer_list<std::wstring> Texts)
     return { REG_MULTI_SZ, Bytes(sAll + L'\0') };
 }
 
-CFakeProperty FakeNumber(DWORD dwValue) { return { REG_DWORD, std::string(reinterpret_cast<const char*>(&dwValue), sizeof dwValue) }; }
+CFakeProperty FakeNumber(DWORD dwValue)
+{
+    return { REG_DWORD, std::string(reinterpret_cast<const char*>(&dwValue), sizeof dwValue) };
+}
 
 CFakePcDevices::CFakePcDevices()
 {
@@ -225,4 +249,7 @@ DEVINST CFakePcDevices::Add(DEVINST hParent, CFakeNode node)
     return hNode;
 }
 
-std::size_t CFakePcDevices::OpenSets() const { return s_Sets.size(); }
+std::size_t CFakePcDevices::OpenSets() const
+{
+    return s_Sets.size();
+}

@@ -36,7 +36,7 @@ struct CFakeInterface
 
 struct CFakeNode
 {
-    std::wstring sId = {}; // "USB\\VID_0000&PID_0000\\5": its first part is the enumerator
+    std::wstring sId = {};                          // "USB\\VID_0000&PID_0000\\5": its first part is the enumerator
     std::map<ULONG, CFakeProperty> Properties = {}; // by CM_DRP_...
     std::vector<CFakeInterface> Interfaces = {};
     bool bPresent = true;
@@ -58,8 +58,8 @@ public:
 
     // What the calls have done.
     std::size_t OpenSets() const;
-    std::string sRelations;          // "c1 s1 p1 ": child, sibling, parent of node 1
-    std::vector<DWORD> SetFlags;     // of SetupDiGetClassDevsW
+    std::string sRelations;      // "c1 s1 p1 ": child, sibling, parent of node 1
+    std::vector<DWORD> SetFlags; // of SetupDiGetClassDevsW
     // Failures to play.
     CONFIGRET crLocate = CR_SUCCESS;
     DWORD dwSetError = ERROR_SUCCESS;

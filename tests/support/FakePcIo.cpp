@@ -33,15 +33,19 @@ CFakePcIo::CFakePcIo()
 
 CFakePcIo::~CFakePcIo() = default;
 
-void CFakePcIo::Add(const std::wstring& sPath, CFakeAnswer answer) { m_Devices[Folded(sPath)] = std::move(answer); }
+void CFakePcIo::Add(const std::wstring& sPath, CFakeAnswer answer)
+{
+    m_Devices[Folded(sPath)] = std::move(answer);
+}
 
-HANDLE WINAPI CFakePcIo::CreateFileFake(LPCWSTR pPath, DWORD dwAccess, DWORD dwShare, SECURITY_ATTRIBUTES* pSecurity, DWORD dwDisposition,
-                                        DWORD dwFlags, HANDLE hTemplate)
+HANDLE WINAPI CFakePcIo::CreateFileFake(LPCWSTR pPath, DWORD dwAccess, DWORD dwShare, SECURITY_ATTRIBUTES* pSecurity,
+                                        DWORD dwDisposition, DWORD dwFlags, HANDLE hTemplate)
 {
     const std::wstring sPath = Folded(pPath);
     const bool bKnown = s_pIo->m_Devices.contains(sPath);
     if (!bKnown && !sPath.starts_with(L"\\\\.\\"))
-        return s_pIo->m_pPatches->Create.Original()(pPath, dwAccess, dwShare, pSecurity, dwDisposition, dwFlags, hTemplate);
+        return s_pIo->m_pPatches->Create.Original()(pPath, dwAccess, dwShare, pSecurity, dwDisposition, dwFlags,
+                                                    hTemplate);
     s_pIo->Openings.push_back({ pPath, dwAccess, dwShare, dwFlags });
     if (!bKnown)
     {
@@ -53,8 +57,8 @@ HANDLE WINAPI CFakePcIo::CreateFileFake(LPCWSTR pPath, DWORD dwAccess, DWORD dwS
     return hDevice;
 }
 
-BOOL WINAPI CFakePcIo::DeviceIoControlFake(HANDLE hDevice, DWORD dwCode, void* pIn, DWORD dwIn, void* pOut, DWORD dwOut, DWORD* pdwReturned,
-                                           OVERLAPPED* pOverlapped)
+BOOL WINAPI CFakePcIo::DeviceIoControlFake(HANDLE hDevice, DWORD dwCode, void* pIn, DWORD dwIn, void* pOut, DWORD dwOut,
+                                           DWORD* pdwReturned, OVERLAPPED* pOverlapped)
 {
     const auto it = s_pIo->m_Handles.find(hDevice);
     if (it == s_pIo->m_Handles.end())

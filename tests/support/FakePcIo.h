@@ -44,8 +44,8 @@ public:
 
 private:
     struct CPatches;
-    static HANDLE WINAPI CreateFileFake(LPCWSTR pPath, DWORD dwAccess, DWORD dwShare, SECURITY_ATTRIBUTES* pSecurity, DWORD dwDisposition,
-                                        DWORD dwFlags, HANDLE hTemplate);
+    static HANDLE WINAPI CreateFileFake(LPCWSTR pPath, DWORD dwAccess, DWORD dwShare, SECURITY_ATTRIBUTES* pSecurity,
+                                        DWORD dwDisposition, DWORD dwFlags, HANDLE hTemplate);
     static BOOL WINAPI DeviceIoControlFake(HANDLE hDevice, DWORD dwCode, void* pIn, DWORD dwIn, void* pOut, DWORD dwOut,
                                            DWORD* pdwReturned, OVERLAPPED* pOverlapped);
     static BOOL WINAPI CloseHandleFake(HANDLE hDevice);

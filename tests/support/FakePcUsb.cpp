@@ -31,16 +31,25 @@ std::string HexBytes(const std::string& sText)
 }
 
 // A little-endian number of so many bytes.
-std::string Le(std::size_t nBytes, DWORD dwValue) { return { reinterpret_cast<const char*>(&dwValue), nBytes }; }
+std::string Le(std::size_t nBytes, DWORD dwValue)
+{
+    return { reinterpret_cast<const char*>(&dwValue), nBytes };
+}
 
 // What the description says of a device; empty, and nought, when it says nothing.
-std::string FieldOf(const CFakeFields& rFields, const char* pName) { return rFields.contains(pName) ? rFields.at(pName) : ""; }
+std::string FieldOf(const CFakeFields& rFields, const char* pName)
+{
+    return rFields.contains(pName) ? rFields.at(pName) : "";
+}
 DWORD NumberOf(const CFakeFields& rFields, const char* pName, int nBase = 10)
 {
     return rFields.contains(pName) ? NumberOf<DWORD>(rFields.at(pName), nBase) : 0;
 }
 
-std::string WideBytes(const std::wstring& sText) { return { reinterpret_cast<const char*>(sText.data()), sText.size() * sizeof(wchar_t) }; }
+std::string WideBytes(const std::wstring& sText)
+{
+    return { reinterpret_cast<const char*>(sText.data()), sText.size() * sizeof(wchar_t) };
+}
 
 DWORD Answer(CFakeRequest& rRequest, const std::string& sBytes)
 {
@@ -56,12 +65,16 @@ std::string NameRecord(const std::string& sHead, const std::string& sName)
     return sHead + Le(4, sHead.size() + 4 + sText.size()) + sText;
 }
 
-std::string Descriptor(BYTE nType, const std::string& sBody) { return Le(1, sBody.size() + 2) + Le(1, nType) + sBody; }
+std::string Descriptor(BYTE nType, const std::string& sBody)
+{
+    return Le(1, sBody.size() + 2) + Le(1, nType) + sBody;
+}
 
 CFakeNode Node(const CFakeFields& rFields)
 {
     const auto Text = [&](const char* pName) { return FakeText(ToWide(FieldOf(rFields, pName))); };
-    return { .sId = ToWide(FieldOf(rFields, "id")), .Properties = { { CM_DRP_DRIVER, Text("key") }, { CM_DRP_DEVICEDESC, Text("desc") } } };
+    return { .sId = ToWide(FieldOf(rFields, "id")),
+             .Properties = { { CM_DRP_DRIVER, Text("key") }, { CM_DRP_DEVICEDESC, Text("desc") } } };
 }
 
 } // namespace
@@ -77,7 +90,8 @@ CFakePcUsb::CFakePcUsb(const std::wstring& sPath, CFakePcDevices& rDevices, CFak
         for (std::string sWord; Line >> sWord;)
             Words.push_back(sWord);
         if (!Words.empty() && Words[0] != "#")
-            Put(Words, Words.size() > 1 ? sLine.substr(sLine.find(Words[1], sLine.find(Words[0]) + Words[0].size())) : "");
+            Put(Words,
+                Words.size() > 1 ? sLine.substr(sLine.find(Words[1], sLine.find(Words[0]) + Words[0].size())) : "");
     }
     if (Hubs.empty())
         throw std::runtime_error("no USB devices are described");
@@ -87,11 +101,13 @@ CFakePcUsb::CFakePcUsb(const std::wstring& sPath, CFakePcDevices& rDevices, CFak
     controller.Interfaces = { { HostController, sController } };
     const DEVINST hController = rDevices.Add(hRoot, controller);
     rIo.Add(sController, Tampered([this](CFakeRequest& rRequest) {
-        if (rRequest.dwCode == 0x220424)
-            return Answer(rRequest, NameRecord("", m_Controller["key"]));
-        // With an input it would be a hub's information.
-        return rRequest.dwCode == 0x220408 && rRequest.In.empty() ? Answer(rRequest, NameRecord("", Hubs[0].sName)) : ERROR_INVALID_FUNCTION;
-    }));
+                if (rRequest.dwCode == 0x220424)
+                    return Answer(rRequest, NameRecord("", m_Controller["key"]));
+                // With an input it would be a hub's information.
+                return rRequest.dwCode == 0x220408 && rRequest.In.empty()
+                           ? Answer(rRequest, NameRecord("", Hubs[0].sName))
+                           : ERROR_INVALID_FUNCTION;
+            }));
     AddHub(rDevices, rIo, 0, rDevices.Add(hController, Node(Hubs[0].Fields)));
 }
 
@@ -113,9 +129,11 @@ void CFakePcUsb::Put(const std::vector<std::string>& Words, const std::string& s
     else if (sKey == "pipe")
         pPort->sPipes += HexBytes(sRest), ++pPort->dwOpenPipes;
     else if (sKey == "languages")
-        std::ranges::transform(Words.begin() + 1, Words.end(), std::back_inserter(pPort->Languages), [](auto& s) { return NumberOf<WORD>(s, 16); });
+        std::ranges::transform(Words.begin() + 1, Words.end(), std::back_inserter(pPort->Languages),
+                               [](auto& s) { return NumberOf<WORD>(s, 16); });
     else if (sKey == "string")
-        pPort->Strings[{ NumberOf<BYTE>(Words[1]), NumberOf<WORD>(Words[2], 16) }] = ToWide(sRest.substr(sRest.find(Words[2]) + Words[2].size() + 1));
+        pPort->Strings[{ NumberOf<BYTE>(Words[1]), NumberOf<WORD>(Words[2], 16) }] = ToWide(
+            sRest.substr(sRest.find(Words[2]) + Words[2].size() + 1));
     else
         (pPort != nullptr ? pPort->Fields : Hubs.empty() ? m_Controller : Hubs.back().Fields)[sKey] = sRest;
 }
@@ -132,7 +150,8 @@ CFakeAnswer CFakePcUsb::Tampered(std::function<DWORD(CFakeRequest&)> answer)
 
 void CFakePcUsb::AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nHub, DEVINST hHub)
 {
-    rIo.Add(L"\\\\.\\" + ToWide(Hubs[nHub].sName), Tampered([this, nHub](CFakeRequest& rRequest) { return AnswerHub(Hubs[nHub], rRequest); }));
+    rIo.Add(L"\\\\.\\" + ToWide(Hubs[nHub].sName),
+            Tampered([this, nHub](CFakeRequest& rRequest) { return AnswerHub(Hubs[nHub], rRequest); }));
     for (CFakeUsbPort& rPort : Hubs[nHub].Ports)
     {
         if (rPort.dwStatus == 0)
@@ -146,7 +165,8 @@ void CFakePcUsb::AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nH
         if (!(Words >> sNumber >> sLetter >> sId))
             continue;
         const CFakeAnswer number = Tampered([dwNumber = NumberOf<DWORD>(sNumber)](CFakeRequest& rRequest) {
-            return rRequest.dwCode == 0x2D1080 ? Answer(rRequest, Le(4, 7) + Le(4, dwNumber) + Le(4, 0)) : ERROR_INVALID_FUNCTION;
+            return rRequest.dwCode == 0x2D1080 ? Answer(rRequest, Le(4, 7) + Le(4, dwNumber) + Le(4, 0))
+                                               : ERROR_INVALID_FUNCTION;
         });
         const std::wstring sPath = L"\\\\?\\disk" + ToWide(sNumber);
         rDevices.Add(hDevice, { .sId = ToWide(sId), .Interfaces = { { Disk, sPath } } });
@@ -158,7 +178,8 @@ void CFakePcUsb::AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nH
 DWORD CFakePcUsb::AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) const
 {
     if (rRequest.dwCode == 0x220408 && rRequest.In.size() == 76)
-        return Answer(rRequest, Le(4, 0) + Le(2, 0x2909) + Le(1, rHub.Ports.size()) + Le(2, NumberOf(rHub.Fields, "characteristics", 16)) + std::string(66, '\0') +
+        return Answer(rRequest, Le(4, 0) + Le(2, 0x2909) + Le(1, rHub.Ports.size()) +
+                                    Le(2, NumberOf(rHub.Fields, "characteristics", 16)) + std::string(66, '\0') +
                                     Le(1, NumberOf(rHub.Fields, "buspowered")));
     const DWORD dwPort = rRequest.In.size() >= 4 ? *reinterpret_cast<const DWORD*>(rRequest.In.data()) : 0;
     if (dwPort - 1 >= rHub.Ports.size())
@@ -176,8 +197,9 @@ DWORD CFakePcUsb::AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) con
         std::string sDevice = rPort.sDevice;
         sDevice.resize(18);
         const DWORD dwSpeed = NumberOf(rPort.Fields, "speed");
-        return Answer(rRequest, sPort + sDevice + Le(1, rPort.dwStatus == 1) + Le(1, bOld ? dwSpeed == 0 : dwSpeed) + Le(1, !sExternal.empty()) +
-                                    Le(2, NumberOf(rPort.Fields, "address")) + Le(4, rPort.dwOpenPipes) + Le(4, rPort.dwStatus) + rPort.sPipes);
+        return Answer(rRequest, sPort + sDevice + Le(1, rPort.dwStatus == 1) + Le(1, bOld ? dwSpeed == 0 : dwSpeed) +
+                                    Le(1, !sExternal.empty()) + Le(2, NumberOf(rPort.Fields, "address")) +
+                                    Le(4, rPort.dwOpenPipes) + Le(4, rPort.dwStatus) + rPort.sPipes);
     }
     if (rRequest.dwCode != 0x220410 || rRequest.In.size() < 12)
         return ERROR_INVALID_FUNCTION;

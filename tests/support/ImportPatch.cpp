@@ -10,7 +10,8 @@ namespace
 void** FindSlot(const char* pName)
 {
     auto* const pBase = reinterpret_cast<BYTE*>(::GetModuleHandleW(nullptr));
-    const auto* const pNt = reinterpret_cast<IMAGE_NT_HEADERS*>(pBase + reinterpret_cast<IMAGE_DOS_HEADER*>(pBase)->e_lfanew);
+    const auto* const pNt = reinterpret_cast<IMAGE_NT_HEADERS*>(pBase +
+                                                                reinterpret_cast<IMAGE_DOS_HEADER*>(pBase)->e_lfanew);
     const DWORD dwImports = pNt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
     for (auto* pDll = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(pBase + dwImports); pDll->FirstThunk != 0; ++pDll)
     {

@@ -4,7 +4,8 @@
 
 CScratchKey::CScratchKey(const std::wstring& sPath, REGSAM dwView) : m_sPath(L"SOFTWARE\\" + sPath), m_dwView(dwView)
 {
-    if (::RegCreateKeyExW(HKEY_LOCAL_MACHINE, m_sPath.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS | dwView, nullptr, m_hKey.Put(), nullptr) != ERROR_SUCCESS)
+    if (::RegCreateKeyExW(HKEY_LOCAL_MACHINE, m_sPath.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS | dwView, nullptr,
+                          m_hKey.Put(), nullptr) != ERROR_SUCCESS)
         throw std::runtime_error("cannot create a scratch key");
 }
 

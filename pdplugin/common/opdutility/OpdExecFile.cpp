@@ -1,8 +1,8 @@
 #include "opdutility/OpdExecFile.h"
 
 #include "log/FunctionLog.h"
-#include "platform/Handle.h"
 #include "platform/HResult.h"
+#include "platform/Handle.h"
 
 namespace
 {
@@ -19,8 +19,9 @@ CProcess Start(const CFunctionLog& log, std::wstring& rsLine)
     STARTUPINFOW Startup{};
     Startup.cb = sizeof Startup;
     PROCESS_INFORMATION Info{};
-    if (!::CreateProcessW(nullptr, rsLine.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP | NORMAL_PRIORITY_CLASS,
-                          nullptr, nullptr, &Startup, &Info))
+    if (!::CreateProcessW(nullptr, rsLine.data(), nullptr, nullptr, FALSE,
+                          CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP | NORMAL_PRIORITY_CLASS, nullptr, nullptr,
+                          &Startup, &Info))
         log.ThrowCode(LastErrorResult(), L"::CreateProcess( %s ) failed. [0x%08X]", rsLine);
     return { CKernelHandle(Info.hProcess), CKernelHandle(Info.hThread) };
 }

@@ -5,8 +5,8 @@
 
 #include "log/FunctionLog.h"
 #include "platform/Format.h"
-#include "platform/Handle.h"
 #include "platform/HResult.h"
+#include "platform/Handle.h"
 #include "platform/LocalTime.h"
 #include "platform/Path.h"
 
@@ -53,14 +53,15 @@ HRESULT COpdFileHelper::ReadFile(const std::wstring& sPath, BYTE** ppData, DWORD
     });
 }
 
-HRESULT COpdFileHelper::GetFileInfo(const std::wstring& sPath, FILETIME& rCreation, FILETIME& rAccess, FILETIME& rWrite, ULONGLONG& rullSize)
+HRESULT COpdFileHelper::GetFileInfo(const std::wstring& sPath, FILETIME& rCreation, FILETIME& rAccess, FILETIME& rWrite,
+                                    ULONGLONG& rullSize)
 {
     CFunctionLog log;
     log.Trace(L"File: %s", sPath);
     return log.Run([&] {
         // Access 0 asks about a file that another process holds open, whatever it shares.
-        const CFileHandle hFile(::CreateFileW(sPath.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                              OPEN_EXISTING, FILE_FLAG_NO_BUFFERING, nullptr));
+        const CFileHandle hFile(::CreateFileW(sPath.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                              nullptr, OPEN_EXISTING, FILE_FLAG_NO_BUFFERING, nullptr));
         if (!hFile)
             log.ThrowCode(LastErrorResult(), L"::CreateFile( %s ) failed. [0x%08X]", sPath);
         if (!::GetFileTime(hFile.Get(), &rCreation, &rAccess, &rWrite))
@@ -70,7 +71,8 @@ HRESULT COpdFileHelper::GetFileInfo(const std::wstring& sPath, FILETIME& rCreati
     });
 }
 
-HRESULT COpdFileHelper::GetFileInfo(const std::wstring& sPath, FILETIME& rCreation, FILETIME& rAccess, FILETIME& rWrite, DWORD& rdwSize)
+HRESULT COpdFileHelper::GetFileInfo(const std::wstring& sPath, FILETIME& rCreation, FILETIME& rAccess, FILETIME& rWrite,
+                                    DWORD& rdwSize)
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -80,7 +82,8 @@ HRESULT COpdFileHelper::GetFileInfo(const std::wstring& sPath, FILETIME& rCreati
     });
 }
 
-HRESULT COpdFileHelper::GetFileInfo(const std::wstring& sPath, std::wstring& rsCreation, std::wstring& rsAccess, std::wstring& rsWrite, ULONGLONG& rullSize)
+HRESULT COpdFileHelper::GetFileInfo(const std::wstring& sPath, std::wstring& rsCreation, std::wstring& rsAccess,
+                                    std::wstring& rsWrite, ULONGLONG& rullSize)
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -97,7 +100,8 @@ HRESULT COpdFileHelper::GetFileInfo(const std::wstring& sPath, std::wstring& rsC
             const auto Time = LocalTimeOf(rEntry.rTime);
             if (!Time)
                 log.ThrowCode(LastErrorResult(), Failed, sPath);
-            rEntry.rsText = FormatText(L"%04d/%02d/%02d %02d:%02d:%02d", Time->wYear, Time->wMonth, Time->wDay, Time->wHour, Time->wMinute, Time->wSecond);
+            rEntry.rsText = FormatText(L"%04d/%02d/%02d %02d:%02d:%02d", Time->wYear, Time->wMonth, Time->wDay,
+                                       Time->wHour, Time->wMinute, Time->wSecond);
         }
     });
 }
@@ -126,7 +130,8 @@ HRESULT COpdFileHelper::EnumFiles(const std::wstring& sPattern, std::vector<std:
     CFunctionLog log;
     return log.Run([&]() -> HRESULT {
         const HRESULT hr = FindFiles(sPattern, rNames);
-        const bool bNothing = hr == HResultFromWin32(ERROR_FILE_NOT_FOUND) || hr == HResultFromWin32(ERROR_PATH_NOT_FOUND);
+        const bool bNothing = hr == HResultFromWin32(ERROR_FILE_NOT_FOUND) ||
+                              hr == HResultFromWin32(ERROR_PATH_NOT_FOUND);
         return bNothing ? S_OK : hr;
     });
 }

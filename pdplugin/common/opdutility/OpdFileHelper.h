@@ -18,15 +18,18 @@ class COpdFileHelper
 {
 public:
     // The whole file in a block from CoTaskMemAlloc, which the caller frees, also when the read itself failed. Empty
-    // files are refused with E_UNEXPECTED, as is what cannot be opened or read. The size has 32 bits: of a file of 4 GiB
-    // and more only the part above the last full 4 GiB counts.
+    // files are refused with E_UNEXPECTED, as is what cannot be opened or read. The size has 32 bits: of a file of 4
+    // GiB and more only the part above the last full 4 GiB counts.
     static HRESULT ReadFile(const std::wstring& sPath, BYTE** ppData, DWORD* pnSize);
 
     // Times and size, of files that others hold open too. Of the size only the low 32 bits are filled.
-    static HRESULT GetFileInfo(const std::wstring& sPath, FILETIME& rCreation, FILETIME& rAccess, FILETIME& rWrite, ULONGLONG& rullSize);
-    static HRESULT GetFileInfo(const std::wstring& sPath, FILETIME& rCreation, FILETIME& rAccess, FILETIME& rWrite, DWORD& rdwSize);
+    static HRESULT GetFileInfo(const std::wstring& sPath, FILETIME& rCreation, FILETIME& rAccess, FILETIME& rWrite,
+                               ULONGLONG& rullSize);
+    static HRESULT GetFileInfo(const std::wstring& sPath, FILETIME& rCreation, FILETIME& rAccess, FILETIME& rWrite,
+                               DWORD& rdwSize);
     // The times as local time, "YYYY/MM/DD hh:mm:ss".
-    static HRESULT GetFileInfo(const std::wstring& sPath, std::wstring& rsCreation, std::wstring& rsAccess, std::wstring& rsWrite, ULONGLONG& rullSize);
+    static HRESULT GetFileInfo(const std::wstring& sPath, std::wstring& rsCreation, std::wstring& rsAccess,
+                               std::wstring& rsWrite, ULONGLONG& rullSize);
 
     // Appends the bare names of all entries that match, "." and ".." included, in the order of the platform.
     static HRESULT FindFiles(const std::wstring& sPattern, std::vector<std::wstring>& rNames);

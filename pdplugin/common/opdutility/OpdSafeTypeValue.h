@@ -26,8 +26,14 @@ public:
     COpdSafeTypeT(const COpdSafeTypeT&) = delete;
     COpdSafeTypeT& operator=(const COpdSafeTypeT&) = delete;
 
-    void Set(const COpdSafeTypeValue& rOther) override { *m_pValue = ValueOf(rOther, "COpdSafeTypeT<unsigned int>::Set"); }
-    void Get(COpdSafeTypeValue& rOther) const override { ValueOf(rOther, "COpdSafeTypeT<unsigned int>::Get") = *m_pValue; }
+    void Set(const COpdSafeTypeValue& rOther) override
+    {
+        *m_pValue = ValueOf(rOther, "COpdSafeTypeT<unsigned int>::Set");
+    }
+    void Get(COpdSafeTypeValue& rOther) const override
+    {
+        ValueOf(rOther, "COpdSafeTypeT<unsigned int>::Get") = *m_pValue;
+    }
     COpdSafeTypeValue* Clone() const override;
 
 private:

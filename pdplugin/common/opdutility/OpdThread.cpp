@@ -46,7 +46,8 @@ HRESULT COpdThread::BeginThread(void*, unsigned nStackSize, unsigned nCreationFl
     return log.Run([&] {
         if (m_hThread != nullptr)
             log.Fail(E_FAIL, L"m_hThread != 0");
-        m_hThread = reinterpret_cast<HANDLE>(::_beginthreadex(nullptr, nStackSize, Entry, this, nCreationFlags, &m_nThreadId));
+        m_hThread = reinterpret_cast<HANDLE>(
+            ::_beginthreadex(nullptr, nStackSize, Entry, this, nCreationFlags, &m_nThreadId));
         if (m_hThread == nullptr)
             log.ThrowCode(LastErrorResult(E_FAIL), L"::_beginthreadex() failed. [0x%08X]");
     });
@@ -205,7 +206,8 @@ HRESULT COpdThread::WaitThreadWithMessagePump(DWORD dwTimeout)
         for (;;)
         {
             DWORD dwResult = WAIT_OBJECT_0;
-            log.Check(MsgWaitForMultipleObjects(dwTimeout, dwResult, AllEvents), L"COpdThread::MsgWaitForMultipleObjects() failed. [0x%08X]");
+            log.Check(MsgWaitForMultipleObjects(dwTimeout, dwResult, AllEvents),
+                      L"COpdThread::MsgWaitForMultipleObjects() failed. [0x%08X]");
             if (dwResult == WAIT_OBJECT_0)
                 return;
             if (dwResult == WAIT_TIMEOUT)

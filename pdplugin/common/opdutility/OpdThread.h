@@ -74,8 +74,9 @@ private:
 
 // A started thread, or null when it could not be started; the caller has its own words for that.
 template <typename T>
-std::unique_ptr<COpdThreadT<T>> OpdBeginThread(T* pOwner, typename COpdThreadT<T>::Body pBody, void* pSecurity = nullptr,
-                                               unsigned nStackSize = 0, unsigned nCreationFlags = 0)
+std::unique_ptr<COpdThreadT<T>> OpdBeginThread(T* pOwner, typename COpdThreadT<T>::Body pBody,
+                                               void* pSecurity = nullptr, unsigned nStackSize = 0,
+                                               unsigned nCreationFlags = 0)
 {
     auto pThread = std::make_unique<COpdThreadT<T>>(pOwner, pBody);
     if (FAILED(pThread->BeginThread(pSecurity, nStackSize, nCreationFlags)))

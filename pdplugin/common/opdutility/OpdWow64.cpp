@@ -12,7 +12,8 @@ HRESULT COpdWow64::IsWow64(bool* pbIsWow64)
         if (hKernel == nullptr)
             log.ThrowCode(LastErrorResult(), L"GetModuleHandle( \"kernel32\" ) failed.[0x%08X]");
         using IsWow64ProcessFn = BOOL(WINAPI*)(HANDLE, PBOOL);
-        const auto pIsWow64Process = reinterpret_cast<IsWow64ProcessFn>(reinterpret_cast<void*>(::GetProcAddress(hKernel, "IsWow64Process")));
+        const auto pIsWow64Process = reinterpret_cast<IsWow64ProcessFn>(
+            reinterpret_cast<void*>(::GetProcAddress(hKernel, "IsWow64Process")));
         if (pIsWow64Process == nullptr)
             return;
         BOOL bAnswer = FALSE;

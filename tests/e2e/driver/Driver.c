@@ -6,8 +6,17 @@
 
 #include "Relay.h"
 
-enum Kind { KIND_CONTROL, KIND_BUS, KIND_CHILD };
-enum { MAX_CHILDREN = 32, MAX_WAITING = 16 };
+enum Kind
+{
+    KIND_CONTROL,
+    KIND_BUS,
+    KIND_CHILD
+};
+enum
+{
+    MAX_CHILDREN = 32,
+    MAX_WAITING = 16
+};
 
 typedef struct Extension
 {
@@ -143,7 +152,8 @@ static NTSTATUS Give(IRP* irp, const RelayAnswer* answer)
         if (waiting == NULL || s_waiting[n].Id != answer->Id)
             continue;
         s_waiting[n].Irp = NULL;
-        size = min(min(answer->OutSize, RELAY_DATA), IoGetCurrentIrpStackLocation(waiting)->Parameters.DeviceIoControl.OutputBufferLength);
+        size = min(min(answer->OutSize, RELAY_DATA),
+                   IoGetCurrentIrpStackLocation(waiting)->Parameters.DeviceIoControl.OutputBufferLength);
         Copy(waiting->AssociatedIrp.SystemBuffer, answer->Out, size);
         /* A status of this form comes out as the Win32 error in its lower half. */
         Done(waiting, answer->Error == 0 ? STATUS_SUCCESS : (NTSTATUS)(0xC0070000u | answer->Error), size);
@@ -156,7 +166,8 @@ static NTSTATUS WINAPI DeviceControl(DEVICE_OBJECT* device, IRP* irp)
 {
     const Extension* const extension = device->DeviceExtension;
     const IO_STACK_LOCATION* const stack = IoGetCurrentIrpStackLocation(irp);
-    const ULONG in = stack->Parameters.DeviceIoControl.InputBufferLength, out = stack->Parameters.DeviceIoControl.OutputBufferLength;
+    const ULONG in = stack->Parameters.DeviceIoControl.InputBufferLength,
+                out = stack->Parameters.DeviceIoControl.OutputBufferLength;
     void* const buffer = irp->AssociatedIrp.SystemBuffer;
     if (extension->Kind == KIND_CHILD)
         return WaitForAnswer(irp, extension->Index);
@@ -164,10 +175,14 @@ static NTSTATUS WINAPI DeviceControl(DEVICE_OBJECT* device, IRP* irp)
     {
         switch (stack->Parameters.DeviceIoControl.IoControlCode)
         {
-        case RELAY_ADD: return in == sizeof(RelayDevice) ? Add(irp, buffer) : Done(irp, STATUS_INVALID_PARAMETER, 0);
-        case RELAY_TAKE: return out == sizeof(RelayRequest) ? Take(irp, buffer) : Done(irp, STATUS_INVALID_PARAMETER, 0);
-        case RELAY_GIVE: return in == sizeof(RelayAnswer) ? Give(irp, buffer) : Done(irp, STATUS_INVALID_PARAMETER, 0);
-        case RELAY_ASK: return WaitForAnswer(irp, RELAY_NO_DEVICE);
+        case RELAY_ADD:
+            return in == sizeof(RelayDevice) ? Add(irp, buffer) : Done(irp, STATUS_INVALID_PARAMETER, 0);
+        case RELAY_TAKE:
+            return out == sizeof(RelayRequest) ? Take(irp, buffer) : Done(irp, STATUS_INVALID_PARAMETER, 0);
+        case RELAY_GIVE:
+            return in == sizeof(RelayAnswer) ? Give(irp, buffer) : Done(irp, STATUS_INVALID_PARAMETER, 0);
+        case RELAY_ASK:
+            return WaitForAnswer(irp, RELAY_NO_DEVICE);
         }
     }
     return Done(irp, STATUS_INVALID_DEVICE_REQUEST, 0);
@@ -198,7 +213,8 @@ static NTSTATUS PlugAndPlayOfChild(DEVICE_OBJECT* device, IRP* irp, const IO_STA
     switch (stack->MinorFunction)
     {
     case IRP_MN_QUERY_ID:
-        return GiveId(irp, stack->Parameters.QueryId.IdType == BusQueryInstanceID ? extension->Device.Instance : extension->Device.DeviceId);
+        return GiveId(irp, stack->Parameters.QueryId.IdType == BusQueryInstanceID ? extension->Device.Instance
+                                                                                  : extension->Device.DeviceId);
     case IRP_MN_QUERY_CAPABILITIES:
         /* Its instance is its own, and it needs no driver above this one. */
         stack->Parameters.DeviceCapabilities.Capabilities->UniqueID = 1;
@@ -206,7 +222,8 @@ static NTSTATUS PlugAndPlayOfChild(DEVICE_OBJECT* device, IRP* irp, const IO_STA
         return Done(irp, STATUS_SUCCESS, 0);
     case IRP_MN_START_DEVICE:
         if (RtlCompareMemory(extension->Device.Guid, &none, sizeof none) != sizeof none &&
-            IoRegisterDeviceInterface(device, (const GUID*)extension->Device.Guid, NULL, &extension->Interface) == STATUS_SUCCESS)
+            IoRegisterDeviceInterface(device, (const GUID*)extension->Device.Guid, NULL, &extension->Interface) ==
+                STATUS_SUCCESS)
             IoSetDeviceInterfaceState(&extension->Interface, TRUE);
         return Done(irp, STATUS_SUCCESS, 0);
     case IRP_MN_REMOVE_DEVICE:
@@ -229,9 +246,11 @@ static NTSTATUS WINAPI PlugAndPlay(DEVICE_OBJECT* device, IRP* irp)
         return PlugAndPlayOfChild(device, irp, stack);
     if (extension->Kind != KIND_BUS)
         return Done(irp, STATUS_NOT_SUPPORTED, 0);
-    if (stack->MinorFunction == IRP_MN_QUERY_DEVICE_RELATIONS && stack->Parameters.QueryDeviceRelations.Type == BusRelations)
+    if (stack->MinorFunction == IRP_MN_QUERY_DEVICE_RELATIONS &&
+        stack->Parameters.QueryDeviceRelations.Type == BusRelations)
     {
-        DEVICE_RELATIONS* const relations = ExAllocatePool(PagedPool, sizeof *relations + MAX_CHILDREN * sizeof(DEVICE_OBJECT*));
+        DEVICE_RELATIONS* const relations = ExAllocatePool(PagedPool,
+                                                           sizeof *relations + MAX_CHILDREN * sizeof(DEVICE_OBJECT*));
         if (relations == NULL)
             return Done(irp, STATUS_INSUFFICIENT_RESOURCES, 0);
         relations->Count = s_childCount;

@@ -16,13 +16,15 @@ namespace
 decltype(&::CM_Get_Device_IDW) s_pSystemId;
 decltype(&::SetupDiGetDeviceInterfaceDetailW) s_pSystemDetail;
 
-NodeAnswer Ask(NodeFunction eFunction, DEVINST hNode, ULONG ulProperty = 0, ULONG ulRoom = 0, const wchar_t* pId = nullptr)
+NodeAnswer Ask(NodeFunction eFunction, DEVINST hNode, ULONG ulProperty = 0, ULONG ulRoom = 0,
+               const wchar_t* pId = nullptr)
 {
     NodeQuestion question{ eFunction, hNode, ulProperty, ulRoom, L"" };
     NodeAnswer answer{ CR_FAILURE, 0, 0, {} };
     if (pId != nullptr)
         ::lstrcpynW(question.Id, pId, ARRAYSIZE(question.Id));
-    const HANDLE hTest = ::CreateFileW(L"\\\\.\\KelvarinTest", 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE hTest = ::CreateFileW(L"\\\\.\\KelvarinTest", 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                       OPEN_EXISTING, 0, nullptr);
     DWORD dwReturned = 0;
     ::DeviceIoControl(hTest, RELAY_ASK, &question, sizeof question, &answer, sizeof answer, &dwReturned, nullptr);
     ::CloseHandle(hTest);
@@ -80,8 +82,8 @@ CONFIGRET WINAPI Property(DEVINST hNode, ULONG ulProperty, ULONG* pulType, void*
 }
 
 // Wine's node numbers end with their set; those of the test last, as they should.
-BOOL WINAPI Detail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA* pInterface, SP_DEVICE_INTERFACE_DETAIL_DATA_W* pDetail, DWORD dwRoom, DWORD* pdwNeeded,
-                   SP_DEVINFO_DATA* pDevice)
+BOOL WINAPI Detail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA* pInterface, SP_DEVICE_INTERFACE_DETAIL_DATA_W* pDetail,
+                   DWORD dwRoom, DWORD* pdwNeeded, SP_DEVINFO_DATA* pDevice)
 {
     const BOOL bSucceeded = s_pSystemDetail(hSet, pInterface, pDetail, dwRoom, pdwNeeded, pDevice);
     wchar_t aId[200];
@@ -93,7 +95,8 @@ BOOL WINAPI Detail(HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA* pInterface, SP_DEVIC
 template <typename Function>
 bool Find(Function& rpFunction, const char* pName)
 {
-    rpFunction = reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"setupapi"), pName)));
+    rpFunction = reinterpret_cast<Function>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"setupapi"), pName)));
     return rpFunction != nullptr;
 }
 
@@ -137,7 +140,8 @@ BOOL WINAPI DllMain(HINSTANCE, DWORD dwReason, void*)
     if (!Find(s_pSystemId, "CM_Get_Device_IDW") || !Find(s_pSystemDetail, "SetupDiGetDeviceInterfaceDetailW"))
         return FALSE;
     const auto* const pHeaders = At<IMAGE_NT_HEADERS>(static_cast<DWORD>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
-    const auto* pLibrary = At<IMAGE_IMPORT_DESCRIPTOR>(pHeaders->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+    const auto* pLibrary = At<IMAGE_IMPORT_DESCRIPTOR>(
+        pHeaders->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
     for (; pLibrary->Name != 0; ++pLibrary)
     {
         auto* ppSlot = At<void*>(pLibrary->FirstThunk);

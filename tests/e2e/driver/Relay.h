@@ -13,7 +13,7 @@
 
 typedef struct RelayDevice
 {
-    wchar_t DeviceId[128];  /* "USB\VID_0000&PID_0000" */
+    wchar_t DeviceId[128]; /* "USB\VID_0000&PID_0000" */
     wchar_t Instance[64];
     wchar_t DosName[16];    /* "Q:", or nothing */
     unsigned char Guid[16]; /* of its interface; zero for none */
@@ -37,7 +37,16 @@ typedef struct RelayAnswer
     unsigned char Out[RELAY_DATA];
 } RelayAnswer;
 
-enum NodeFunction { NODE_LOCATE, NODE_CHILD, NODE_SIBLING, NODE_PARENT, NODE_ID_SIZE, NODE_ID, NODE_PROPERTY };
+enum NodeFunction
+{
+    NODE_LOCATE,
+    NODE_CHILD,
+    NODE_SIBLING,
+    NODE_PARENT,
+    NODE_ID_SIZE,
+    NODE_ID,
+    NODE_PROPERTY
+};
 
 /* The nodes that the test tells of have numbers from here. */
 #define NODE_FIRST 0x40000000u
@@ -48,7 +57,7 @@ typedef struct NodeQuestion
     unsigned long Node;
     unsigned long Property;
     unsigned long Room; /* bytes; 0: no buffer */
-    wchar_t Id[200]; /* of the node to be located; nothing: the root */
+    wchar_t Id[200];    /* of the node to be located; nothing: the root */
 } NodeQuestion;
 
 typedef struct NodeAnswer

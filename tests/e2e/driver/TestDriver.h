@@ -24,11 +24,13 @@ public:
         const CServiceHandle hManager(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
         // A root device names its service before that starts, or it would be without a driver.
         AddRoot();
-        m_hService.Attach(::CreateServiceW(hManager.Get(), L"KelvarinTest", L"KelvarinTest", SERVICE_ALL_ACCESS, SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START,
-                                      SERVICE_ERROR_NORMAL, L"\\??\\" TEST_DRIVER, nullptr, nullptr, nullptr, nullptr, nullptr));
+        m_hService.Attach(::CreateServiceW(hManager.Get(), L"KelvarinTest", L"KelvarinTest", SERVICE_ALL_ACCESS,
+                                           SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
+                                           L"\\??\\" TEST_DRIVER, nullptr, nullptr, nullptr, nullptr, nullptr));
         if (!::StartServiceW(m_hService.Get(), 0, nullptr))
             throw std::runtime_error("the driver does not start: " + std::to_string(::GetLastError()));
-        m_hControl.Attach(::CreateFileW(L"\\\\.\\KelvarinTest", 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr));
+        m_hControl.Attach(::CreateFileW(L"\\\\.\\KelvarinTest", 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                        OPEN_EXISTING, 0, nullptr));
     }
     ~CTestDriver()
     {
@@ -60,7 +62,8 @@ public:
         WaitFor("a device", [&] {
             return WithDevice(rNode.sId, [&](HDEVINFO hSet, SP_DEVINFO_DATA& rData) {
                 for (const auto& [ulNumber, rProperty] : rNode.Properties)
-                    ::SetupDiSetDeviceRegistryPropertyW(hSet, &rData, ulNumber - 1, reinterpret_cast<const BYTE*>(rProperty.sBytes.data()),
+                    ::SetupDiSetDeviceRegistryPropertyW(hSet, &rData, ulNumber - 1,
+                                                        reinterpret_cast<const BYTE*>(rProperty.sBytes.data()),
                                                         rProperty.sBytes.size());
             });
         });
@@ -75,7 +78,8 @@ public:
     bool Control(DWORD dwCode, Record& rRecord)
     {
         DWORD dwReturned = 0;
-        return ::DeviceIoControl(m_hControl.Get(), dwCode, &rRecord, sizeof rRecord, nullptr, 0, &dwReturned, nullptr) != FALSE;
+        return ::DeviceIoControl(m_hControl.Get(), dwCode, &rRecord, sizeof rRecord, nullptr, 0, &dwReturned,
+                                 nullptr) != FALSE;
     }
 
     template <typename Condition>
@@ -105,13 +109,16 @@ private:
     void AddRoot()
     {
         static constexpr GUID aSystem{ 0x4d36e97d, 0xe325, 0x11ce, { 0xbf, 0xc1, 0x08, 0x00, 0x2b, 0xe1, 0x03, 0x18 } };
-        static constexpr wchar_t aRoot[] = L"ROOT\\KELVARINTEST\\0000", aHardware[] = L"ROOT\\KELVARINTEST\0", aService[] = L"KelvarinTest";
+        static constexpr wchar_t aRoot[] = L"ROOT\\KELVARINTEST\\0000", aHardware[] = L"ROOT\\KELVARINTEST\0",
+                                 aService[] = L"KelvarinTest";
         const HDEVINFO hSet = ::SetupDiCreateDeviceInfoList(nullptr, nullptr);
         SP_DEVINFO_DATA Data{};
         Data.cbSize = sizeof Data;
         ::SetupDiCreateDeviceInfoW(hSet, aRoot, &aSystem, L"KelvarinTest", nullptr, 0, &Data);
-        ::SetupDiSetDeviceRegistryPropertyW(hSet, &Data, SPDRP_HARDWAREID, reinterpret_cast<const BYTE*>(aHardware), sizeof aHardware);
-        ::SetupDiSetDeviceRegistryPropertyW(hSet, &Data, SPDRP_SERVICE, reinterpret_cast<const BYTE*>(aService), sizeof aService);
+        ::SetupDiSetDeviceRegistryPropertyW(hSet, &Data, SPDRP_HARDWAREID, reinterpret_cast<const BYTE*>(aHardware),
+                                            sizeof aHardware);
+        ::SetupDiSetDeviceRegistryPropertyW(hSet, &Data, SPDRP_SERVICE, reinterpret_cast<const BYTE*>(aService),
+                                            sizeof aService);
         ::SetupDiCallClassInstaller(DIF_REGISTERDEVICE, hSet, &Data);
         ::SetupDiDestroyDeviceInfoList(hSet);
         m_Ids.push_back(aRoot);
@@ -131,7 +138,8 @@ public:
         STARTUPINFOW Start{};
         Start.cb = sizeof Start;
         PROCESS_INFORMATION Process{};
-        if (!::CreateProcessW(nullptr, sCommandLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr, &Start, &Process))
+        if (!::CreateProcessW(nullptr, sCommandLine.data(), nullptr, nullptr, FALSE, CREATE_SUSPENDED, nullptr, nullptr,
+                              &Start, &Process))
             throw std::runtime_error("cannot start " + Utf8(sCommandLine));
         m_hProcess.Attach(Process.hProcess);
         const CKernelHandle hThread(Process.hThread);
@@ -141,7 +149,8 @@ public:
         auto* const pLoad = reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(::LoadLibraryW));
         const CKernelHandle hLoad(::CreateRemoteThread(Process.hProcess, nullptr, 0, pLoad, pRemote, 0, nullptr));
         DWORD dwModule = 0;
-        if (::WaitForSingleObject(hLoad.Get(), 10000) != WAIT_OBJECT_0 || !::GetExitCodeThread(hLoad.Get(), &dwModule) || dwModule == 0)
+        if (::WaitForSingleObject(hLoad.Get(), 10000) != WAIT_OBJECT_0 ||
+            !::GetExitCodeThread(hLoad.Get(), &dwModule) || dwModule == 0)
             throw std::runtime_error("the nodes are not loaded");
         ::ResumeThread(Process.hThread);
     }
