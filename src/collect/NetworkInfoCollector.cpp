@@ -5,8 +5,8 @@
 
 #include <iphlpapi.h>
 
+#include "collect/CollectorFolders.h"
 #include "collect/StepResult.h"
-#include "opdutility/OpdFileHelper.h"
 #include "platform/Path.h"
 #include "platform/SizedRead.h"
 #include "platform/WideText.h"
@@ -42,10 +42,7 @@ HRESULT CNetworkInfoCollector::Collect(const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
-        if (sOutDirPath.empty())
-            log.Fail(E_INVALIDARG, L"sOutDirPath == empty");
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
-                  L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]", sOutDirPath);
+        CreateOutputFolder(log, sOutDirPath);
         const std::wstring sReport = JoinPath(sOutDirPath, L"NetworkInfo.txt");
         log.Check(m_ResultLog.Open(sReport, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sReport);
         Separate();

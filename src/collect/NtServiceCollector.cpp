@@ -1,7 +1,7 @@
 #include "collect/NtServiceCollector.h"
 
+#include "collect/CollectorFolders.h"
 #include "collect/StepResult.h"
-#include "opdutility/OpdFileHelper.h"
 #include "platform/Handle.h"
 #include "platform/Path.h"
 #include "platform/SizedRead.h"
@@ -48,10 +48,7 @@ HRESULT CNtServiceCollector::Collect(const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
-        if (sOutDirPath.empty())
-            log.Fail(E_INVALIDARG, L"sOutDirPath == empty");
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
-                  L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]", sOutDirPath);
+        CreateOutputFolder(log, sOutDirPath);
         log.Check(m_ResultLog.Open(JoinPath(sOutDirPath, L"NtService.txt"), true),
                   L"m_ResultLog.Open() failed. [0x%08X]");
         const CServiceHandle hManager(::OpenSCManagerW(nullptr, nullptr, GENERIC_READ));

@@ -1,6 +1,6 @@
 #include "collect/ProcessInfoCollector.h"
 
-#include "opdutility/OpdFileHelper.h"
+#include "collect/CollectorFolders.h"
 #include "platform/HResult.h"
 #include "platform/Handle.h"
 #include "platform/Path.h"
@@ -31,11 +31,9 @@ HRESULT CProcessInfoCollector::Collect(const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
-        if (sOutDirPath.empty())
-            log.Fail(E_INVALIDARG, L"sOutDirPath == empty");
+        RequireFolder(log, sOutDirPath);
         const CDebugPrivilege privilege;
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
-                  L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]", sOutDirPath);
+        CreateOutputFolder(log, sOutDirPath);
         OpenReport(log, m_ResultLog, JoinPath(sOutDirPath, L"RunningProcesses.txt"));
         OpenReport(log, m_DetailLog, JoinPath(sOutDirPath, L"RunningProcessesDetail.txt"));
         OutputProcesses(log);

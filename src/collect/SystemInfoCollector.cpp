@@ -9,7 +9,6 @@
 #include "collect/ProcessInfoCollector.h"
 #include "collect/StepResult.h"
 #include "opdutility/OpdExecFile.h"
-#include "opdutility/OpdFileHelper.h"
 #include "platform/Path.h"
 
 namespace
@@ -36,10 +35,7 @@ HRESULT CSystemInfoCollector::Collect(const std::wstring& sOutDirPath, bool bSil
 {
     CFunctionLog log;
     return log.Run([&] {
-        if (sOutDirPath.empty())
-            log.Fail(E_INVALIDARG, L"sOutDirPath == empty");
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
-                  L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]", sOutDirPath);
+        CreateOutputFolder(log, sOutDirPath);
         std::wstring sSystemDirPath;
         Tolerate(log, GetShellFolder(CSIDL_SYSTEM, sSystemDirPath),
                  L"::SHGetFolderPath( CSIDL_SYSTEM ) failed. [0x%08X]");

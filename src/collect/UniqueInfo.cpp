@@ -29,8 +29,7 @@ public:
     // A value without a visible character has no line; a control character in one does not break it.
     void Add(const wchar_t* pName, std::wstring sValue)
     {
-        std::ranges::replace_if(
-            sValue, [](wchar_t c) { return c < L' '; }, L' ');
+        std::ranges::replace_if(sValue, [](wchar_t c) { return c < L' '; }, L' ');
         const auto nFirst = sValue.find_first_not_of(L' ');
         if (nFirst != sValue.npos)
             m_sText += std::wstring(pName) + L'=' + sValue.substr(nFirst, sValue.find_last_not_of(L' ') - nFirst + 1) +

@@ -58,6 +58,10 @@ void this_function_must_give_its_name_itself();
 // The function's name as the compiler knows it, without result type and arguments: "CThing::Read".
 consteval std::string_view FunctionName(std::string_view sSignature)
 {
+    // Another compiler's word for an unnamed namespace; static analysis reads the tree with that one.
+    constexpr std::string_view sUnnamed = "(anonymous namespace)::";
+    if (const auto nUnnamed = sSignature.find(sUnnamed); nUnnamed != sSignature.npos)
+        sSignature.remove_prefix(nUnnamed + sUnnamed.size());
     sSignature = sSignature.substr(0, sSignature.find('('));
     const auto nCut = sSignature.rfind(' ');
     sSignature = nCut == sSignature.npos ? sSignature : sSignature.substr(nCut + 1);

@@ -75,8 +75,7 @@ void CLogSystem::MakeErrorLog()
 bool CLogSystem::IntroduceProcess()
 {
     std::wstring sName = FormatText(L"OPLOGSYS_ERRORLOG:%08X:%s", ::GetCurrentProcessId(), m_Settings.sErrorLogPath);
-    std::ranges::replace_if(
-        sName, [](wchar_t c) { return c == L'\\' || c == L':' || c == L'.'; }, L'_');
+    std::ranges::replace_if(sName, [](wchar_t c) { return c == L'\\' || c == L':' || c == L'.'; }, L'_');
     m_hOnceMutex.Attach(::CreateMutexW(nullptr, FALSE, sName.c_str()));
     return ::GetLastError() != ERROR_ALREADY_EXISTS;
 }

@@ -38,7 +38,7 @@ public:
     void Unreference() { ::InterlockedDecrement(&m_nReferences); }
 
 protected:
-    ~CComObjectT() override = default;
+    virtual ~CComObjectT() = default; // behind the slots of the interface
 
 private:
     LONG m_nReferences = 0;

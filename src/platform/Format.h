@@ -126,7 +126,8 @@ inline const char* Pass(const char* pText)
     return pText != nullptr ? pText : "(null)";
 }
 template <typename T>
-requires(!std::is_array_v<T> && !std::is_pointer_v<T>) constexpr auto Pass(const T& value)
+    requires(!std::is_array_v<T> && !std::is_pointer_v<T>)
+constexpr auto Pass(const T& value)
 {
     // The compiler promotes a small integer, but not a small scoped enumeration.
     if constexpr (std::is_enum_v<T>)

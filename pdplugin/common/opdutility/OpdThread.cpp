@@ -28,8 +28,9 @@ void COpdThread::End()
     const CSectionScope lock(m_Lock);
     if (m_hThread == nullptr)
         return;
-    WaitThread(EndWait);
-    Close();
+    // The destructor's own: nothing that overrides them is left.
+    COpdThread::WaitThread(EndWait);
+    COpdThread::Close();
     if (m_hThread != nullptr)
         ::CloseHandle(std::exchange(m_hThread, nullptr));
 }
