@@ -99,7 +99,7 @@ void CSha1::Update(std::span<const BYTE> Data)
     const std::size_t nBlocks = Data.size() / BlockSize;
     m_pTransform(m_aState.data(), Data.data(), nBlocks);
     Data = Data.subspan(nBlocks * BlockSize);
-    std::copy(Data.begin(), Data.end(), m_aBlock.begin());
+    std::ranges::copy(Data, m_aBlock.begin());
 }
 
 CSha1::Digest CSha1::Final()

@@ -48,14 +48,13 @@ SHA_TARGET void CSha1::HardwareTransform(UINT32* pState, const BYTE* pBlocks, st
     {
         const __m128i SavedABCD = ABCD;
         const __m128i SavedE = E0;
-        __m128i E1 = ABCD;
         __m128i w[4];
         for (int n = 0; n < 4; ++n)
             w[n] = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pBlocks) + n), Swap);
 
         // The first four steps add the words to E instead of rotating it in.
         E0 = _mm_add_epi32(E0, w[0]);
-        E1 = ABCD;
+        __m128i E1 = ABCD;
         ABCD = _mm_sha1rnds4_epu32(ABCD, E0, 0);
         FourSteps<0>(ABCD, E1, E0, w[1]);
         FourSteps<0>(ABCD, E0, E1, w[2]);

@@ -97,7 +97,8 @@ consteval void Check(std::wstring_view sFormat)
     {
         if (sFormat[n] != L'%')
             continue;
-        if (++n < sFormat.size() && sFormat[n] == L'%')
+        ++n;
+        if (n < sFormat.size() && sFormat[n] == L'%')
             continue;
         const Kind eWanted = WantedKind(sFormat, n);
         if (nNext == sizeof...(Args))

@@ -21,7 +21,7 @@ public:
         {
             Release();
         }
-        catch (const CForeignException&)
+        catch (const CForeignException&) // NOLINT(bugprone-empty-catch)
         {
         }
     }

@@ -12,6 +12,7 @@
     const auto nBytes = static_cast<int>(sBytes.size());
     // No byte becomes more than one UTF-16 word.
     std::wstring sText(sBytes.size(), L'\0');
+    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): its size stands beside it
     const int nLength = nBytes > 0 ? ::MultiByteToWideChar(nCodePage, 0, sBytes.data(), nBytes, sText.data(), nBytes)
                                    : 0;
     sText.resize(nLength > 0 ? static_cast<std::size_t>(nLength) : 0);
