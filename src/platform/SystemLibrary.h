@@ -4,7 +4,6 @@
 #include <string>
 
 #include "platform/Handle.h"
-#include "platform/Path.h"
 
 // Null when the library is missing; the last error says why.
 [[nodiscard]] inline CModuleHandle LoadSystemLibrary(const wchar_t* pName)
@@ -13,14 +12,22 @@
     const UINT nLength = ::GetSystemDirectoryW(aDirPath, MAX_PATH);
     if (nLength == 0 || nLength >= MAX_PATH)
         return {};
-    return CModuleHandle(::LoadLibraryExW(JoinPath(aDirPath, pName).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+    // No path function of the shell: this one also loads the shell.
+    const std::wstring sPath = std::wstring(aDirPath) + L'\\' + pName;
+    return CModuleHandle(::LoadLibraryExW(sPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
 }
 
 // Stores one function of the library; false when there is none.
 template <typename Function>
+bool BindFunction(HMODULE hModule, const char* pName, Function*& rpFunction)
+{
+    rpFunction = hModule != nullptr
+                     ? reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(hModule, pName)))
+                     : nullptr;
+    return rpFunction != nullptr;
+}
+template <typename Function>
 bool BindFunction(const CModuleHandle& hModule, const char* pName, Function*& rpFunction)
 {
-    rpFunction = hModule ? reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(hModule.Get(), pName)))
-                         : nullptr;
-    return rpFunction != nullptr;
+    return BindFunction(hModule.Get(), pName, rpFunction);
 }

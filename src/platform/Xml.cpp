@@ -1,6 +1,7 @@
 #include "platform/Xml.h"
 
 #include "platform/ComText.h"
+#include "platform/SystemLibrary.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -33,6 +34,8 @@ std::wstring LoadText(const std::wstring& sPath)
 
 HRESULT CreateXmlDocument(DWORD dwContext, ComPtr<IXMLDOMDocument>& rpDocument)
 {
+    // Once it is here from the system folder, no way to the class leads to a file of its name beside the program.
+    [[maybe_unused]] static const HMODULE s_hParser = LoadSystemLibrary(L"msxml3.dll").Detach();
     return ::CoCreateInstance(ClsidDomDocument, nullptr, dwContext, __uuidof(IXMLDOMDocument),
                               reinterpret_cast<void**>(rpDocument.ReleaseAndGetAddressOf()));
 }
