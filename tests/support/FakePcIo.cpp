@@ -67,6 +67,8 @@ BOOL WINAPI CFakePcIo::DeviceIoControlFake(HANDLE hDevice, DWORD dwCode, void* p
     CFakeRequest request{ dwCode, std::vector<BYTE>(pFirst, pFirst + dwIn), { static_cast<BYTE*>(pOut), dwOut } };
     const DWORD dwError = s_pIo->m_Devices[it->second](request);
     *pdwReturned = request.dwReturned;
+    if (s_pIo->Watch)
+        s_pIo->Watch(it->second, request, dwError);
     ::SetLastError(dwError);
     return dwError == ERROR_SUCCESS;
 }

@@ -40,6 +40,8 @@ public:
     void Add(const std::wstring& sPath, CFakeAnswer answer);
 
     std::vector<CFakeOpening> Openings; // every attempt
+    // Sees each answered request, with the path as it was added and the error.
+    std::function<void(const std::wstring&, const CFakeRequest&, DWORD)> Watch;
     std::size_t OpenHandles() const { return m_Handles.size(); }
 
 private:
