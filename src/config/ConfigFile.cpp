@@ -94,7 +94,7 @@ HRESULT CConfigFile::LoadFileInfos(IXMLDOMDocument* pDocument)
             if (!PassesFilter(sSxsIds))
                 return;
             info.sPath = JoinPath(sDirName, sName);
-            m_FileInfos.push_back(info);
+            m_FileInfos.push_back(std::move(info)); // the next reading fills every text again
         };
         const std::wstring sPattern = L"/installchecker/file-infos/directory";
         WalkElements(log, pDocument, sPattern, sPattern, { L"pDirectoryNodeList", L"pDirectoryNode" },

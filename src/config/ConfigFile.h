@@ -123,6 +123,8 @@ public:
     void ExpandPathTokens(std::wstring& rsText) const;
 
 private:
+    struct CValueTexts;
+
     HRESULT LoadEnvironment(IXMLDOMDocument* pDocument);
     void LoadRootAttributes(const CFunctionLog& log, IXMLDOMDocument* pDocument);
     void LoadInstalledLocations(const CFunctionLog& log);
@@ -133,7 +135,7 @@ private:
     HRESULT LoadFileInfos(IXMLDOMDocument* pDocument);
     HRESULT LoadRegistryInfos(IXMLDOMDocument* pDocument);
     HRESULT LoadRegistryKeyInfo(const CXmlElement& rKey, CRegistryInfo& rInfo);
-    HRESULT LoadRegistryKeyValue(const CXmlElement& rValue, CRegistryInfo& rInfo);
+    HRESULT LoadRegistryKeyValue(const CXmlElement& rValue, CValueTexts& rTexts, CRegistryInfo& rInfo);
     HRESULT LoadNtServiceInfos(IXMLDOMDocument* pDocument);
     HRESULT LoadComObjectInfos(IXMLDOMDocument* pDocument);
     HRESULT LoadDsFilterObjectInfos(IXMLDOMDocument* pDocument);

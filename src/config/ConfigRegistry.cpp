@@ -82,6 +82,15 @@ void StoreValue(const CFunctionLog& log, const CConfigFile& rConfig, const std::
 
 } // namespace
 
+// What the elements of one list of values say; the names of the attributes are made once for all of them.
+struct CConfigFile::CValueTexts
+{
+    std::wstring sName, sType, sLanguages, sText, sMachine, s64Key, sSxsIds;
+    const CAttributeTable Attributes{ { L"name", &sName },    { L"type", &sType },       { L"language", &sLanguages },
+                                      { L"value", &sText },   { L"machine", &sMachine }, { L"wow64-64key", &s64Key },
+                                      { L"sxs-id", &sSxsIds } };
+};
+
 HRESULT CConfigFile::LoadRegistryInfos(IXMLDOMDocument* pDocument)
 {
     CFunctionLog log;
@@ -91,13 +100,14 @@ HRESULT CConfigFile::LoadRegistryInfos(IXMLDOMDocument* pDocument)
             CRegistryInfo key;
             if (FAILED(LoadRegistryKeyInfo(rKey, key)))
                 return;
+            CValueTexts texts;
             WalkElements(log, rKey.Get(), L"value", rKey.Pattern() + L"/value", { L"pXmlValueNodeList", L"pNode" },
                          [&](const CXmlElement& rValue) {
                              CRegistryInfo info;
                              info.hRootKey = key.hRootKey;
                              info.sRootKeyName = key.sRootKeyName;
                              info.sKeyPath = key.sKeyPath;
-                             if (SUCCEEDED(LoadRegistryKeyValue(rValue, info)))
+                             if (SUCCEEDED(LoadRegistryKeyValue(rValue, texts, info)))
                                  m_RegistryInfos.push_back(std::move(info));
                          });
         });
@@ -129,20 +139,16 @@ HRESULT CConfigFile::LoadRegistryKeyInfo(const CXmlElement& rKey, CRegistryInfo&
 }
 
 // A failure means: leave this value out.
-HRESULT CConfigFile::LoadRegistryKeyValue(const CXmlElement& rValue, CRegistryInfo& rInfo)
+HRESULT CConfigFile::LoadRegistryKeyValue(const CXmlElement& rValue, CValueTexts& rTexts, CRegistryInfo& rInfo)
 {
     CFunctionLog log;
     return log.Run([&] {
-        std::wstring sType, sLanguages, sText, sMachine, s64Key, sSxsIds;
-        CAttributeTable{
-            { L"name", &rInfo.sValueName }, { L"type", &sType },       { L"language", &sLanguages },
-            { L"value", &sText },           { L"machine", &sMachine }, { L"wow64-64key", &s64Key },
-            { L"sxs-id", &sSxsIds }
-        }.Read(log, rValue);
-        if (!PassesFilter(sSxsIds) || !PassesMachine(sMachine) || !PassesLanguage(sLanguages))
+        rTexts.Attributes.Read(log, rValue);
+        if (!PassesFilter(rTexts.sSxsIds) || !PassesMachine(rTexts.sMachine) || !PassesLanguage(rTexts.sLanguages))
             log.Throw(E_FAIL);
-        rInfo.bWow64Key = m_bWow64 && (EqualsNoCase(s64Key, L"true") || EqualsNoCase(s64Key, L"1"));
-        StoreValue(log, *this, sType, std::move(sText), rInfo);
+        rInfo.sValueName = std::move(rTexts.sName);
+        rInfo.bWow64Key = m_bWow64 && (EqualsNoCase(rTexts.s64Key, L"true") || EqualsNoCase(rTexts.s64Key, L"1"));
+        StoreValue(log, *this, rTexts.sType, std::move(rTexts.sText), rInfo);
     });
 }
 
