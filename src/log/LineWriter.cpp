@@ -1,7 +1,18 @@
 #include "log/LineWriter.h"
 
+#include <cwchar>
+
 #include "platform/AnsiText.h"
 #include "platform/HResult.h"
+
+namespace
+{
+
+// In characters, without the terminator.
+constexpr std::size_t MaxText = 2047;
+constexpr std::size_t MaxLineEnd = 2;
+
+} // namespace
 
 void CLineWriter::OpenFile(const CFunctionLog& log, const std::wstring& sPath)
 {
@@ -23,14 +34,16 @@ HRESULT CLineWriter::WriteText(opLogSys::CFunctionName function, const wchar_t* 
         if (pFormat == nullptr)
             log.Fail(E_POINTER, L"pFormatMsg == NULL");
 
-        wchar_t aText[2048];
-        const int nLength = FormatTo(aText, pFormat, args);
+        wchar_t aText[MaxText + MaxLineEnd + 1];
+        const int nLength = FormatTo({ aText, MaxText + 1 }, pFormat, args);
         if (nLength < 0)
             log.Fail(E_FAIL, L"::_vsntprintf_s() failed. [%d]", nLength);
 
-        const std::string sBytes = ToNarrow(aText) + ToNarrow(pLineEnd);
+        // A listing has hundreds of thousands of lines: each costs one conversion, and all share one block of memory.
+        std::wcscat(aText, pLineEnd);
+        ToNarrow(aText, CP_THREAD_ACP, m_sBytes);
         DWORD dwWritten = 0;
-        if (!::WriteFile(m_hFile.Get(), sBytes.data(), static_cast<DWORD>(sBytes.size()), &dwWritten, nullptr))
+        if (!::WriteFile(m_hFile.Get(), m_sBytes.data(), static_cast<DWORD>(m_sBytes.size()), &dwWritten, nullptr))
             log.ThrowCode(LastErrorResult(), L"CAtlFile::Write() failed. [0x%08X]");
     });
     va_end(args);

@@ -46,4 +46,5 @@ protected:
 
 private:
     CFileHandle m_hFile;
+    std::string m_sBytes; // of the last line; only its room is of use
 };

@@ -1,15 +1,20 @@
 #include "platform/AnsiText.h"
 
-std::string ToNarrow(std::wstring_view sText, UINT nCodePage)
+void ToNarrow(std::wstring_view sText, UINT nCodePage, std::string& rsBytes)
 {
-    if (sText.empty())
-        return {};
     const auto nLength = static_cast<int>(sText.size());
     // No code page needs more than four bytes for a character, and a UTF-16 word is at most three in UTF-8.
-    std::string sBytes(sText.size() * 4, '\0');
-    const int nBytes = ::WideCharToMultiByte(nCodePage, 0, sText.data(), nLength, sBytes.data(),
-                                             static_cast<int>(sBytes.size()), nullptr, nullptr);
-    sBytes.resize(nBytes > 0 ? static_cast<std::size_t>(nBytes) : 0);
+    rsBytes.resize(sText.size() * 4);
+    const int nBytes = nLength == 0 ? 0
+                                    : ::WideCharToMultiByte(nCodePage, 0, sText.data(), nLength, rsBytes.data(),
+                                                            static_cast<int>(rsBytes.size()), nullptr, nullptr);
+    rsBytes.resize(nBytes > 0 ? static_cast<std::size_t>(nBytes) : 0);
+}
+
+std::string ToNarrow(std::wstring_view sText, UINT nCodePage)
+{
+    std::string sBytes;
+    ToNarrow(sText, nCodePage, sBytes);
     return sBytes;
 }
 
