@@ -92,11 +92,16 @@ const CHardwareInfoCollector::CDriverRow CHardwareInfoCollector::AspiDrivers[4] 
 
 struct CHardwareInfoCollector::CStage
 {
+    struct CStep
+    {
+        const wchar_t* pName;
+        HRESULT (CHardwareInfoCollector::*pRun)();
+    };
     UINT32 nPosition;
     const wchar_t* pText;
     const wchar_t* pSection; // null: the stage writes its own heads, or nothing
-    const wchar_t* pStep;
-    HRESULT (CHardwareInfoCollector::*pRun)();
+    CStep Step;
+    CStep Substitute = {}; // runs only when the step has failed
 };
 
 CHardwareInfoCollector::CHardwareInfoCollector()
@@ -108,19 +113,18 @@ HRESULT CHardwareInfoCollector::Collect(const std::wstring& sDirPath)
 {
     // clang-format off
     static constexpr CStage aStages[] = {
-        { 10, L"Collecting PC Model information...", L"[PC]", nullptr, &CHardwareInfoCollector::OutputPc },
-        { 20, L"Collecting Tolvane PD Driver information...", L"[Tolvane PD Driver]", L"OutputPdDriverInfo", &CHardwareInfoCollector::OutputPdDriverInfo },
-        { 30, L"Collecting ASPI information...", L"[ASPI]", L"OutputGetAspiVersion", &CHardwareInfoCollector::OutputGetAspiVersion },
-        { 40, L"Collecting Memory information...", L"[Memory]", L"OutputMemoryInfo", &CHardwareInfoCollector::OutputMemoryInfo },
-        { 50, L"Collecting Display Device information...", L"[Display]", L"OutputDisplayInfo", &CHardwareInfoCollector::OutputDisplayInfo },
-        { 60, L"Collecting Storage Device information...", nullptr, L"OutputStorageDeviceInfo", &CHardwareInfoCollector::OutputAllStorageDevices },
-        { 70, L"Collecting Device information...", nullptr, L"OutputDeviceList", &CHardwareInfoCollector::OutputDeviceList },
+        { 10, L"Collecting PC Model information...", L"[PC]", { L"OutputPcModelName", &CHardwareInfoCollector::OutputPcModelName },
+              { L"OutputPcModelNumber", &CHardwareInfoCollector::OutputPcModelNumber } },
+        { 20, L"Collecting Tolvane PD Driver information...", L"[Tolvane PD Driver]", { L"OutputPdDriverInfo", &CHardwareInfoCollector::OutputPdDriverInfo } },
+        { 30, L"Collecting ASPI information...", L"[ASPI]", { L"OutputGetAspiVersion", &CHardwareInfoCollector::OutputGetAspiVersion } },
+        { 40, L"Collecting Memory information...", L"[Memory]", { L"OutputMemoryInfo", &CHardwareInfoCollector::OutputMemoryInfo } },
+        { 50, L"Collecting Display Device information...", L"[Display]", { L"OutputDisplayInfo", &CHardwareInfoCollector::OutputDisplayInfo } },
+        { 60, L"Collecting Storage Device information...", nullptr, { L"OutputStorageDeviceInfo", &CHardwareInfoCollector::OutputAllStorageDevices } },
+        { 70, L"Collecting Device information...", nullptr, { L"OutputDeviceList", &CHardwareInfoCollector::OutputDeviceList } },
     };
     // clang-format on
     CFunctionLog log;
     return log.Run([&] {
-        if (sDirPath.empty())
-            log.Throw(E_INVALIDARG);
         log.Check(COpdDirectoryHelper::CreateDirectoryExW(sDirPath),
                   L"COpdDirectoryHelper::CreateDirectoryEx(\"%s\") failed. [0x%08X]", sDirPath);
         m_sDirPath = sDirPath;
@@ -131,25 +135,15 @@ HRESULT CHardwareInfoCollector::Collect(const std::wstring& sDirPath)
             m_Progress.Update(rStage.nPosition, rStage.pText);
             if (rStage.pSection != nullptr)
                 WriteSectionHead(rStage.pSection);
-            const HRESULT hr = (this->*rStage.pRun)();
-            if (FAILED(hr) && rStage.pStep != nullptr)
-                log.Warning(L"%s() failed.[0x%08X]", rStage.pStep, hr);
+            for (const CStage::CStep& rStep : { rStage.Step, rStage.Substitute })
+            {
+                const HRESULT hr = rStep.pRun != nullptr ? (this->*rStep.pRun)() : S_OK;
+                if (SUCCEEDED(hr))
+                    break;
+                log.Warning(L"%s() failed.[0x%08X]", rStep.pName, hr);
+            }
         }
     });
-}
-
-// The vendor and model number stand in only for a PC without the first key's values. Both failures are told here.
-HRESULT CHardwareInfoCollector::OutputPc()
-{
-    CFunctionLog log("CHardwareInfoCollector::Collect");
-    HRESULT hr = OutputPcModelName();
-    if (SUCCEEDED(hr))
-        return hr;
-    log.Warning(L"OutputPcModelName() failed.[0x%08X]", hr);
-    hr = OutputPcModelNumber();
-    if (FAILED(hr))
-        log.Warning(L"OutputPcModelNumber() failed.[0x%08X]", hr);
-    return hr;
 }
 
 HRESULT CHardwareInfoCollector::OutputPcModelName()

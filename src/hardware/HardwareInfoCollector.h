@@ -34,9 +34,8 @@ private:
     static const CDriverRow PdDrivers[12];
     static const CDriverRow AspiDrivers[4];
 
-    HRESULT OutputPc();
     HRESULT OutputPcModelName();
-    HRESULT OutputPcModelNumber();
+    HRESULT OutputPcModelNumber(); // stands in for a PC without the first key's values
     HRESULT OutputPdDriverInfo();
     HRESULT OutputGetAspiVersion();
     HRESULT OutputMemoryInfo();

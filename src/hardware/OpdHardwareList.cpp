@@ -88,6 +88,7 @@ HRESULT COpdHardwareList::DumpDeviceListByClassGuid(const GUID& rGuid, const std
     CFunctionLog log;
     return log.Run([&] {
         const SYSTEMTIME Now = LocalNow();
+        COpdLogFile file;
         const CDeviceInfoSet hSet(
             ::SetupDiGetClassDevsW(&rGuid, nullptr, nullptr, DIGCF_DEVICEINTERFACE | (bPresent ? DIGCF_PRESENT : 0)));
         if (!hSet)
@@ -96,7 +97,6 @@ HRESULT COpdHardwareList::DumpDeviceListByClassGuid(const GUID& rGuid, const std
             log.Fail(E_FAIL, L"::SetupDiGetClassDevs( DIGCF_DEVICEINTERFACE%s ) failed. [0x%08X]",
                      bPresent ? L" | DIGCF_PRESENT" : L"", hr);
         }
-        COpdLogFile file;
         ForEachDevice(hSet.Get(), [&](SP_DEVINFO_DATA& rDevice, DWORD nIndex) {
             if (nIndex == 0)
             {

@@ -173,13 +173,13 @@ HRESULT COpdSetupDi::GetDeviceInstanceId(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice
 {
     CFunctionLog log;
     return log.Run([&] {
-        // Sizes are characters here, with the terminator.
+        // Sizes are characters here, with the terminator; the system's own limit is one without it.
         DWORD dwLength = 0;
         const DWORD dwStatus = StatusOf(::SetupDiGetDeviceInstanceIdW(hSet, &rDevice, nullptr, 0, &dwLength));
         if (!IsSizeTold(dwStatus))
             log.FailCode(static_cast<HRESULT>(dwStatus), L"::SetupDiGetDeviceInstanceId( 0x%08X ) failed. [0x%08X]",
                          NumberOf(hSet));
-        if (dwLength > MAX_DEVICE_ID_LEN)
+        if (dwLength > MAX_DEVICE_ID_LEN + 1)
             log.Fail(E_OUTOFMEMORY, L"CHeapPtr<TCHAR>::Allocate( %u ) failed.", dwLength);
         std::wstring sId(dwLength + 1, L'\0');
         if (!::SetupDiGetDeviceInstanceIdW(hSet, &rDevice, sId.data(), dwLength + 1, nullptr))
