@@ -2,106 +2,71 @@
 
 #include <objbase.h>
 
-#include "opdutility/OpdThread.h"
-#include "platform/Format.h"
+#include <algorithm>
+#include <thread>
 
-namespace
+CComTest::CComTest() : m_hServer(::LoadLibraryW(ServerPath().c_str()))
 {
-
-constexpr const wchar_t* ProxyClass = L"{5D0E6B20-3C44-4F0A-9A41-7B1C2D9E61FF}";
-constexpr const wchar_t* IdentityInterface = L"{5D0E6B10-3C44-4F0A-9A41-7B1C2D9E6001}";
-
-std::wstring Text(const GUID& rGuid)
-{
-    wchar_t aText[40] = L"";
-    ::StringFromGUID2(rGuid, aText, 40);
-    return aText;
+    AddKeys(L"CLSID\\{5D0E6B20-3C44-4F0A-9A41-7B1C2D9E61FF}", L"\\InprocServer32", ServerPath());
+    m_Keys.back()->SetText(L"ThreadingModel", L"Both");
+    AddKeys(L"Interface\\{5D0E6B10-3C44-4F0A-9A41-7B1C2D9E6001}", L"\\ProxyStubClsid32",
+            L"{5D0E6B20-3C44-4F0A-9A41-7B1C2D9E61FF}");
 }
 
-std::wstring ClassKey(const std::wstring& sClsid)
-{
-    return L"Classes\\CLSID\\" + sClsid;
-}
-
-struct CCheckThread
-{
-    const std::vector<CComObjectInfo>& rInfos;
-    bool bSxS;
-    const std::wstring& sListFolder;
-    CResultLog& rLog;
-    UINT32* pulFailed;
-    HRESULT hr = E_FAIL;
-
-    unsigned Main()
-    {
-        hr = CComInfoChecker(rLog, sListFolder, rInfos).CheckComObjectInfos(bSxS, pulFailed);
-        return 0;
-    }
-};
-
-} // namespace
-
-CComTestClasses::CComTestClasses()
-    : m_hServer(::LoadLibraryW(ServerPath().c_str())),
-      m_Proxy(ClassKey(ProxyClass)),
-      m_ProxyServer(ClassKey(ProxyClass) + L"\\InprocServer32"),
-      m_Interface(std::wstring(L"Classes\\Interface\\") + IdentityInterface),
-      m_InterfaceProxy(std::wstring(L"Classes\\Interface\\") + IdentityInterface + L"\\ProxyStubClsid32")
-{
-    m_ProxyServer.SetText(nullptr, ServerPath());
-    m_ProxyServer.SetText(L"ThreadingModel", L"Both");
-    m_InterfaceProxy.SetText(nullptr, ProxyClass);
-}
-
-CComTestClasses::~CComTestClasses()
+CComTest::~CComTest()
 {
     while (!m_Keys.empty()) // a key before the one above it
         m_Keys.pop_back();
     ::FreeLibrary(m_hServer);
 }
 
-std::wstring CComTestClasses::ServerPath()
+std::wstring CComTest::ServerPath()
 {
     std::wstring sPath = SAMPLE_OBJECTS; // with the build system's slashes
-    for (wchar_t& rChar : sPath)
-        rChar = rChar == L'/' ? L'\\' : rChar;
+    std::ranges::replace(sPath, L'/', L'\\');
     return sPath;
 }
 
-LONG CComTestClasses::AliveObjects() const
+LONG CComTest::AliveObjects() const
 {
     return reinterpret_cast<LONG(WINAPI*)()>(reinterpret_cast<void*>(::GetProcAddress(m_hServer, "VlmObjectCount")))();
 }
 
-CComObjectInfo CComTestClasses::Unregistered(const std::wstring& sName)
+void CComTest::AddKeys(const std::wstring& sPath, const wchar_t* pSubKey, const std::wstring& sText)
+{
+    m_Keys.push_back(std::make_unique<CScratchKey>(L"Classes\\" + sPath));
+    m_Keys.push_back(std::make_unique<CScratchKey>(L"Classes\\" + sPath + pSubKey));
+    m_Keys.back()->SetText(nullptr, sText);
+}
+
+CComObjectInfo CComTest::Unregistered(const std::wstring& sName)
 {
     CComObjectInfo info;
     info.sName = sName;
-    EXPECT_EQ(::CoCreateGuid(&info.clsid), S_OK);
-    info.Interfaces = { { L"IPersist", IidPersist }, { L"IVlmIdentity", IidIdentity } };
+    info.clsid = { 0x5D0E6B30, 0x3C44, 0x4F0A, { 0x9A, 0x41, 0x7B, 0x1C, 0x2D, 0x9E, 0x60, ++m_nClasses } };
+    info.Interfaces = { { L"IPersist", IID_IPersist }, { L"IVlmIdentity", IidIdentity } };
     info.sFilePath = L"ANYWHERE";
     return info;
 }
 
-CComObjectInfo CComTestClasses::Add(const std::wstring& sName, const std::wstring& sModel,
-                                    const std::wstring& sBehavior, const std::wstring& sServer,
-                                    const std::wstring& sModule)
+CComObjectInfo CComTest::Add(const std::wstring& sName, const std::wstring& sModel, const std::wstring& sBehavior,
+                             const std::wstring& sServer, const std::wstring& sModule)
 {
     CComObjectInfo info = Unregistered(sName);
-    const std::wstring sKey = ClassKey(Text(info.clsid));
-    m_Keys.push_back(std::make_unique<CScratchKey>(sKey));
-    m_Keys.back()->SetText(L"Behavior", sBehavior);
-    m_Keys.back()->SetText(L"Module", sModule);
-    m_Keys.push_back(std::make_unique<CScratchKey>(sKey + L"\\InprocServer32"));
-    m_Keys.back()->SetText(nullptr, sServer);
+    wchar_t aClass[40] = L"";
+    ::StringFromGUID2(info.clsid, aClass, 40);
+    AddKeys(std::wstring(L"CLSID\\") + aClass, L"\\InprocServer32", sServer);
     if (!sModel.empty())
         m_Keys.back()->SetText(L"ThreadingModel", sModel);
+    m_Keys.rbegin()[1]->SetText(L"Behavior", sBehavior);
+    m_Keys.rbegin()[1]->SetText(L"Module", sModule);
     return info;
 }
 
-CComObjectInfo CComTestClasses::AddFilter(const std::wstring& sName, const std::wstring& sBehavior)
+CComObjectInfo CComTest::AddFilter(const std::wstring& sName, const std::wstring& sBehavior,
+                                   const std::wstring& sModule)
 {
-    CComObjectInfo info = Add(sName, L"Both", sBehavior);
+    CComObjectInfo info = Add(sName, L"Both", sBehavior, ServerPath(), sModule);
     info.nApartment = CComObjectInfo::Apartment_Sta;
     info.bAllApartments = false;
     return info;
@@ -110,71 +75,27 @@ CComObjectInfo CComTestClasses::AddFilter(const std::wstring& sName, const std::
 CCheckRun RunComCheck(const std::vector<CComObjectInfo>& rInfos, bool bSxS, const std::wstring& sListFolder)
 {
     const CTestFolder folder;
-    return RunCheck([&](CResultLog& rLog, UINT32* pulFailed) {
-        CCheckThread check{ rInfos, bSxS, sListFolder.empty() ? folder.Path() : sListFolder, rLog, pulFailed };
-        const auto pThread = OpdBeginThread(&check, &CCheckThread::Main);
-        // The platform sends a message for each object that is to live here; the program's own wait does not wake for
-        // those.
-        const HANDLE hThread = pThread->GetThreadHandle();
-        while (::MsgWaitForMultipleObjects(1, &hThread, FALSE, INFINITE, QS_ALLINPUT) != WAIT_OBJECT_0)
-        {
-            MSG Message;
-            while (::PeekMessageW(&Message, nullptr, 0, 0, PM_REMOVE))
-                ::DispatchMessageW(&Message);
-        }
-        return check.hr;
+    const DWORD dwThread = ::GetCurrentThreadId();
+    CCheckRun run;
+    const std::jthread worker([&] {
+        run = RunCheck([&](CResultLog& rLog, UINT32* pulFailed) {
+            CComInfoChecker checker(rLog, sListFolder.empty() ? folder.Path() : sListFolder, rInfos);
+            return checker.CheckComObjectInfos(bSxS, pulFailed);
+        });
+        ::PostThreadMessageW(dwThread, WM_QUIT, 0, 0);
     });
+    for (MSG Message; ::GetMessageW(&Message, nullptr, 0, 0);)
+        ::DispatchMessageW(&Message);
+    EXPECT_EQ(run.hr, S_OK);
+    return run;
 }
 
-std::string Worked(const std::string& sApartment, const CComObjectInfo& rInfo)
+void ExpectRun(const CCheckRun& rRun, const std::string& sSection)
 {
-    return "Succeeded: Check COM Object Info. [" + sApartment + "][name:\"" + Utf8(rInfo.sName) + "\"]";
-}
-
-std::string NotCreated(const std::string& sApartment, const CComObjectInfo& rInfo, HRESULT hr)
-{
-    return Utf8(FormatText(L"Failed: CoCreateInstance() failed.[0x%08X]", hr)) + "[" + sApartment + "][name:\"" +
-           Utf8(rInfo.sName) + "\" " + Utf8(Text(rInfo.clsid)) + "]";
-}
-
-std::string Threw(const std::string& sWay, const CComObjectInfo& rInfo)
-{
-    return "Failed: Unknown exception.[" + sWay + (sWay.size() > 3 ? "][clsid:\"" : "][name:\"") + Utf8(rInfo.sName) +
-           "\"]";
-}
-
-std::string Refused(const std::string& sWay, const CComObjectInfo& rInfo, const std::wstring& sInterface, HRESULT hr)
-{
-    return Utf8(FormatText(L"Failed: QueryInterface() failed.[0x%08X]", hr)) + "[" + sWay + "][clsid:\"" +
-           Utf8(rInfo.sName) + "\" " + Utf8(Text(rInfo.clsid)) + ", iid:\"" + Utf8(sInterface) + "\" " +
-           Utf8(Text(rInfo.Interfaces.at(sInterface))) + "]";
-}
-
-std::string Answered(const std::string& sWay, const CComObjectInfo& rInfo, const std::wstring& sInterface)
-{
-    return "Succeeded: Check Interface. [" + sWay + "][clsid:\"" + Utf8(rInfo.sName) + "\" iid:\"" + Utf8(sInterface) +
-           "\"]";
-}
-
-Lines AllWell(const std::string& sApartment, const CComObjectInfo& rInfo)
-{
-    Lines all;
-    for (const char* const pTo : { " -> MTA", " -> STA" })
-    {
-        for (const auto& [sInterface, iid] : rInfo.Interfaces)
-            all.push_back(Answered(sApartment + pTo, rInfo, sInterface));
-    }
-    all.push_back(Worked(sApartment, rInfo));
-    return all;
-}
-
-Lines AllWell(const CComObjectInfo& rInfo)
-{
-    return AllWell("MTA", rInfo) + AllWell("STA", rInfo);
-}
-
-Lines operator+(Lines left, const Lines& rRight)
-{
-    left.insert(left.end(), rRight.begin(), rRight.end());
-    return left;
+    std::string sActual = "[" + sSection + "] " + std::to_string(rRun.nFailed) + "\n";
+    for (const std::string& sLine : rRun.Lines)
+        sActual += sLine + "\n";
+    const std::string sAll = ReadBytes(TEST_DATA L"\\check\\ComRuns.txt");
+    const std::size_t nStart = std::min(sAll.find("[" + sSection + "]"), sAll.size());
+    EXPECT_EQ(sActual, sAll.substr(nStart, sAll.find("\n\n", nStart) + 1 - nStart)) << sSection;
 }

@@ -1,7 +1,9 @@
 // COM classes of the sample product's server, registered for one test, and a checker's run over them.
 //
-// Under Wine 8 a process can serve objects to other apartments from some sixty STAs in all; the next one hangs for
-// ever. The tests of one executable have to share these.
+// Wine 8 gives each STA that serves another apartment an endpoint, keeps it for ever and waits for all of them at once,
+// for 64 handles at most: the 64th such STA of a process hangs. The tests of one executable have to share these; a
+// class with the word "free-threaded" needs none. Wine also keeps a reference to the class factory of an object that
+// it creates in another apartment than the caller's.
 #pragma once
 
 #include <memory>
@@ -12,37 +14,37 @@
 #include "check/ComInfoChecker.h"
 #include "support/ScratchKey.h"
 
-inline constexpr IID IidPersist{ 0x0000010C, 0x0000, 0x0000, { 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46 } };
 // Two interfaces of the sample's objects: one with a proxy of the sample's own, one without any.
 inline constexpr IID IidIdentity{ 0x5D0E6B10, 0x3C44, 0x4F0A, { 0x9A, 0x41, 0x7B, 0x1C, 0x2D, 0x9E, 0x60, 0x01 } };
 inline constexpr IID IidInner{ 0x5D0E6B10, 0x3C44, 0x4F0A, { 0x9A, 0x41, 0x7B, 0x1C, 0x2D, 0x9E, 0x60, 0x02 } };
 
-using Lines = std::vector<std::string>;
-
-class CComTestClasses
+// The fixture: classes that live as long as the test.
+class CComTest : public ::testing::Test
 {
-public:
-    CComTestClasses();
-    ~CComTestClasses();
-    CComTestClasses(const CComTestClasses&) = delete;
-    CComTestClasses& operator=(const CComTestClasses&) = delete;
+protected:
+    CComTest();
+    ~CComTest() override;
 
     // The server's own path, and the number of its objects that are alive.
     static std::wstring ServerPath();
     LONG AliveObjects() const;
 
-    // Registers a new class that behaves as the words say (they stand beside the server's CBehavior); the record asks
-    // for IPersist and IVlmIdentity. An empty model: none.
+    // Registers a class that behaves as the words say (they stand beside the server's CBehavior); the record asks for
+    // IPersist and IVlmIdentity. An empty model: none. The classes of one test are numbered in their ids.
     CComObjectInfo Add(const std::wstring& sName, const std::wstring& sModel, const std::wstring& sBehavior = L"",
                        const std::wstring& sServer = ServerPath(), const std::wstring& sModule = L"");
     // The same as a DirectShow filter's record: one STA, asked there only.
-    CComObjectInfo AddFilter(const std::wstring& sName, const std::wstring& sBehavior = L"");
+    CComObjectInfo AddFilter(const std::wstring& sName, const std::wstring& sBehavior = L"",
+                             const std::wstring& sModule = L"");
     // A record whose class nobody has registered.
-    static CComObjectInfo Unregistered(const std::wstring& sName);
+    CComObjectInfo Unregistered(const std::wstring& sName);
 
 private:
+    // A key and one below it, with this text; the latter is m_Keys' last.
+    void AddKeys(const std::wstring& sPath, const wchar_t* pSubKey, const std::wstring& sText);
+
     HMODULE m_hServer;
-    CScratchKey m_Proxy, m_ProxyServer, m_Interface, m_InterfaceProxy;
+    BYTE m_nClasses = 0;
     std::vector<std::unique_ptr<CScratchKey>> m_Keys;
 };
 
@@ -51,14 +53,5 @@ private:
 CCheckRun RunComCheck(const std::vector<CComObjectInfo>& rInfos, bool bSxS = false,
                       const std::wstring& sListFolder = L"");
 
-// The lines that tell of the record; hr is the code that they hold.
-std::string Worked(const std::string& sApartment, const CComObjectInfo& rInfo);
-std::string NotCreated(const std::string& sApartment, const CComObjectInfo& rInfo, HRESULT hr);
-// sWay: "MTA -> STA", or "STA" where only the creating apartment asks.
-std::string Threw(const std::string& sWay, const CComObjectInfo& rInfo);
-std::string Refused(const std::string& sWay, const CComObjectInfo& rInfo, const std::wstring& sInterface, HRESULT hr);
-std::string Answered(const std::string& sWay, const CComObjectInfo& rInfo, const std::wstring& sInterface);
-// All lines of one run in which every interface answers, to the success line.
-Lines AllWell(const std::string& sApartment, const CComObjectInfo& rInfo);
-Lines AllWell(const CComObjectInfo& rInfo);
-Lines operator+(Lines left, const Lines& rRight);
+// Compares count and lines with the block of tests/data/check/ComRuns.txt that begins with "[section] count".
+void ExpectRun(const CCheckRun& rRun, const std::string& sSection);
