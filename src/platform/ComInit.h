@@ -5,6 +5,24 @@
 
 #include "platform/Win32.h"
 
+class COpdComInit
+{
+public:
+    COpdComInit() : m_hr(::CoInitialize(nullptr)) {}
+    ~COpdComInit()
+    {
+        if (SUCCEEDED(m_hr))
+            ::CoUninitialize();
+    }
+    COpdComInit(const COpdComInit&) = delete;
+    COpdComInit& operator=(const COpdComInit&) = delete;
+
+    HRESULT GetResult() const { return m_hr; }
+
+private:
+    HRESULT m_hr;
+};
+
 // The same for a thread that chooses its apartment: COINIT_MULTITHREADED or COINIT_APARTMENTTHREADED.
 class CComApartment
 {
@@ -17,24 +35,6 @@ public:
     }
     CComApartment(const CComApartment&) = delete;
     CComApartment& operator=(const CComApartment&) = delete;
-
-    HRESULT GetResult() const { return m_hr; }
-
-private:
-    HRESULT m_hr;
-};
-
-class COpdComInit
-{
-public:
-    COpdComInit() : m_hr(::CoInitialize(nullptr)) {}
-    ~COpdComInit()
-    {
-        if (SUCCEEDED(m_hr))
-            ::CoUninitialize();
-    }
-    COpdComInit(const COpdComInit&) = delete;
-    COpdComInit& operator=(const COpdComInit&) = delete;
 
     HRESULT GetResult() const { return m_hr; }
 
