@@ -1,104 +1,163 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstring>
+#include <functional>
+
+#include "collect/CollectorUtilFakes.h"
 #include "hardware/OpdCmApi.h"
-#include "hardware/OpdHardwareString.h"
 #include "hardware/OpdSetupDi.h"
-#include "support/FakePcDevices.h"
-#include "support/TestFolder.h"
+#include "hardware/OpdStorageDevice.h"
+#include "hardware/SamplePc.h"
+#include "platform/Format.h"
+#include "support/FakePcIo.h"
+#include "support/LogWatch.h"
 
 namespace
 {
 
 using namespace std::string_literals;
 
-// Between the question for the size and the one for the data a device may change or go: neither more than the room nor
-// more than was stored may be taken over.
-TEST(DeviceProperty, SurvivesWhatChangesBetweenTheTwoCalls)
+constexpr GUID Disk{ 0x53f56307, 0xb6bf, 0x11d0, { 0x94, 0xf2, 0x00, 0xa0, 0xc9, 0x1e, 0xfb, 0x8b } };
+
+// What a call answered, and what it told.
+void Put(std::vector<std::string>& rLog, const std::wstring& sAnswer, const CLogWatch& rWatch)
+{
+    rLog.push_back(Utf8(sAnswer));
+    std::ranges::copy(rWatch.Records(), std::back_inserter(rLog));
+}
+
+// The walks from a class and from a drive tell devices from each other by these answers, and support searches the log
+// for these texts: code, answer and records of each call, one after the other.
+TEST(DeviceApi, AnswersAndTellsWhatItCouldNotAnswer)
 {
     CFakePcDevices pc;
-    const struct
-    {
-        CFakeProperty Property;
-        HRESULT hr;
-        std::string sBytes;
-    } aCases[] = {
-        { { REG_BINARY, "" }, S_OK, "" },
-        { { REG_BINARY, "abc", "abcdefgh" }, S_OK, "abcdefgh" },
-        { { REG_BINARY, "abc", "a" }, S_OK, "a" },
-        { { REG_BINARY, "abc", nullptr, CR_SUCCESS, 1000 }, S_OK, "abc"s + std::string(997, '\0') },
-        { { REG_BINARY, "abc", nullptr, CR_SUCCESS, 2 }, S_OK, "ab" },
-        { { REG_BINARY, "abc", nullptr, CR_SUCCESS, 0xFFFFFFFF }, E_OUTOFMEMORY, "" },
-        { { REG_BINARY, "abc", nullptr, CR_FAILURE }, E_FAIL, "" },
+    CDeviceInfoSet hSet;
+    SP_DEVINFO_DATA device{ sizeof device, {}, 0, 0 };
+    SP_DEVICE_INTERFACE_DATA item{};
+    CDeviceProperty property;
+    std::wstring s;
+    const auto hClosed = reinterpret_cast<HDEVINFO>(0x15);
+    using Cm = COpdCmApi;
+    using Di = COpdSetupDi;
+    const auto Change = []<typename T>(T& rValue, const std::type_identity_t<T>& value) {
+        return rValue = value, S_FALSE;
     };
-    for (const auto& rCase : aCases)
+    const std::function<HRESULT()> aCalls[] = {
+        // Without a root, then with the sample's nodes.
+        [&] { return Cm::GetDeviceDescByDriverKeyName(L"{odd}\\0001", s); },
+        [&] { return AddSamplePc(pc), S_FALSE; },
+        [&] { return Cm::GetDeviceId(3, s); },
+        [&] { return Cm::GetDeviceId(9, s); },
+        [&] { return Cm::GetDevNodeDriverName(2, s); },
+        [&] { return Cm::GetDevNodeDriverName(5, s); },
+        [&] { return Cm::GetDevNodeDriverName(6, s); },
+        [&] { return Cm::GetDevNodeDeviceDesc(3, s); },
+        [&] { return Cm::GetDevNodeDeviceDesc(4, s); },
+        [&] { return Cm::GetDevNodeRegistryProperty(1, CM_DRP_DEVICEDESC, property); },
+        [&] { return Cm::GetDevNodeRegistryProperty(3, CM_DRP_SECURITY, property); },
+        [&] { return Cm::GetDevNodeRegistryProperty(6, CM_DRP_CHARACTERISTICS, property); },
+        [&] { return Cm::GetDeviceDescByDriverKeyName(L"{4D36E96A}\\0001", s); },
+        [&] { return Cm::GetDeviceDescByDriverKeyName(L"{odd}\\0001", s); },
+        [&] { return Cm::GetDeviceDescByDriverKeyName(L"{odd}\\0009", s); },
+        // From a class to a path.
+        [&] { return Di::GetClassDevices(Disk, hSet); },
+        [&] { return Di::GetDeviceInterfaceData(hSet.Get(), Disk, 1, item); },
+        [&] { return Di::GetDeviceInterfaceData(hSet.Get(), Disk, 0, item); },
+        [&] { return Di::GetDeviceInterfaceDetail(hSet.Get(), item, s); },
+        [&] { return Di::GetDeviceInterfaceDetail(hSet.Get(), item, device, s); },
+        [&] { return Di::GetDeviceInterfaceDetail(hClosed, item, s); },
+        [&] { return Change(pc.Find(3)->Interfaces[0].sPath, L"x"); },
+        [&] { return Di::GetDeviceInterfaceDetail(hSet.Get(), item, s); },
+        // From the device that the second of these calls told.
+        [&] { return Di::GetDeviceInstanceId(hSet.Get(), device, s); },
+        [&] { return Di::GetDeviceInstanceId(hClosed, device, s); },
+        [&] { return Di::GetDeviceRegistryProperty(hSet.Get(), device, SPDRP_DRIVER, property); },
+        [&] { return Di::GetDeviceRegistryProperty(hSet.Get(), device, SPDRP_SECURITY, property); },
+        [&] { return Change(pc.Find(3)->sId, std::wstring(200, L'x')); },
+        [&] { return Cm::GetDeviceId(3, s); },
+        [&] { return Di::GetDeviceInstanceId(hSet.Get(), device, s); },
+        [&] { return Change(pc.Find(3)->sId, std::wstring(201, L'x')); },
+        [&] { return Cm::GetDeviceId(3, s); },
+        [&] { return Di::GetDeviceInstanceId(hSet.Get(), device, s); },
+        // From an enumerator; the set before is given back.
+        [&] { return Di::GetClassDevices(L"ROOT", hSet); },
+        [&] { return Di::GetDevInfoData(hSet.Get(), 0, device); },
+        [&] { return Di::GetDeviceInstanceId(hSet.Get(), device, s); },
+        [&] { return Di::GetDevInfoData(hClosed, 7, device); },
+        [&] { return Change(pc.dwSetError, ERROR_ACCESS_DENIED); },
+        [&] { return Di::GetClassDevices(Disk, hSet); },
+        [&] { return Di::GetClassDevices(L"ROOT", hSet); },
+    };
+    std::vector<std::string> Log;
+    for (const auto& rCall : aCalls)
     {
-        SP_DEVINFO_DATA device{
-            sizeof device, {}, pc.Add(0, { .Properties = { { CM_DRP_DEVICE_POWER_DATA, rCase.Property } } }), 0
-        };
-        CDeviceInfoSet hSet;
-        ASSERT_EQ(COpdSetupDi::GetClassDevices(L"", hSet), S_OK);
-        CDeviceProperty node, inSet;
-        EXPECT_EQ(COpdCmApi::GetDevNodeRegistryProperty(device.DevInst, CM_DRP_DEVICE_POWER_DATA, node), rCase.hr);
-        EXPECT_EQ(FAILED(COpdSetupDi::GetDeviceRegistryProperty(hSet.Get(), device, SPDRP_DEVICE_POWER_DATA, inSet)),
-                  FAILED(rCase.hr));
-        EXPECT_EQ(std::string(node.Data.begin(), node.Data.end()).substr(0, rCase.sBytes.size()), rCase.sBytes);
-        EXPECT_EQ(inSet.Data, node.Data);
+        const CLogWatch watch;
+        s.clear();
+        const HRESULT hr = rCall();
+        if (hr != S_FALSE)
+            Put(Log, FormatText(L"%08X %s", hr, s), watch);
     }
+    ExpectGolden(Log, L"..\\hardware\\DeviceApi.log", L"");
     EXPECT_EQ(pc.OpenSets(), 0u);
 }
 
-// What the dumps of the sample PC do not reach.
-TEST(HardwareString, NamesEveryValueAndRefusesEveryOtherSize)
+// A drive's answer to a query: its error, and a descriptor with texts somewhere in the block.
+struct CAnswer
 {
-    const auto Number = [](DWORD dwValue) { return std::string(reinterpret_cast<const char*>(&dwValue), 4); };
-    std::string sPower(56, '\0');
-    sPower[4] = 99; // most recent state
-    sPower[52] = 8; // deepest wake
-    const struct
-    {
-        COpdHardwareString::Formatter pFormatter;
-        ULONG ulType;
-        std::string sBytes;
-        HRESULT hr;
-        std::string sLines; // joined
-    } aCases[] = {
-        { COpdHardwareString::GetString_CONFIGFLAGS, REG_DWORD, Number(0xFFFC1FFF), S_OK,
-          "0xFFFC1FFF/DISABLED/REMOVED/MANUAL INSTALL/IGNORE BOOT LC/NET BOOT/REINSTALL/FAILED INSTALL/CANT STOP A "
-          "CHILD/OK REMOVE ROM/"
-          "NO REMOVE EXIT/FINISH INSTALL/NEEDS FORCED CONFIG/" },
-        { COpdHardwareString::GetString_CONFIGFLAGS, REG_DWORD, Number(0x3F000), S_OK,
-          "0x0003F000/PARTIAL LOG CONF/SUPPRESS SURPRISE/VERIFY HARDWARE/FINISH INSTALL UI/FINISH INSTALL ACTION/" },
-        { COpdHardwareString::GetString_CAPABILITIES, REG_DWORD, Number(0x2B), S_OK,
-          "0x0000002B/LOCK SUPPORTED/EJECT SUPPORTED/DOCK DEVICE/SILENT INSTALL/" },
-        { COpdHardwareString::GetString_CAPABILITIES, REG_DWORD, "123", E_INVALIDARG, "" },
-        { COpdHardwareString::GetString_INSTALL_STATE, REG_DWORD, Number(1), S_OK, "Needs Reinstall/" },
-        { COpdHardwareString::GetString_INSTALL_STATE, REG_DWORD, "", E_INVALIDARG, "" },
-        { COpdHardwareString::GetString_DEVICE_POWER_DATA, REG_BINARY, sPower, S_OK,
-          "MostRecentPowerState: Unknown (0x00000063)/Capabilities: /D1 Latency: 0/D2 Latency: 0/D3 Latency: 0/"
-          "PowerState[Unspecified]: Unspecified/PowerState[Working]    : Unspecified/PowerState[Sleeping1]  : "
-          "Unspecified/"
-          "PowerState[Sleeping2]  : Unspecified/PowerState[Sleeping3]  : Unspecified/PowerState[Hibernate]  : "
-          "Unspecified/"
-          "PowerState[Shutdown]   : Unspecified/PowerState[Maximum]    : Unknown (0x00000008)/DeepestSystemWake: "
-          "Unknown (0x00000008)/" },
-        { COpdHardwareString::GetString_DEVICE_POWER_DATA, REG_BINARY, std::string(55, '\0'), E_INVALIDARG, "" },
-        { COpdHardwareString::GetString_Default, REG_DWORD, Number(0xABCDEF01), S_OK, "0xABCDEF01/" },
-        { COpdHardwareString::GetString_Default, REG_DWORD, "12345", S_OK, "" },
-        { COpdHardwareString::GetString_Default, REG_QWORD, "1234567", S_OK, "" },
-        { COpdHardwareString::GetString_Default, REG_EXPAND_SZ, "%\0a\0"s, S_OK, "%a/" },
-        { COpdHardwareString::GetString_Default, REG_MULTI_SZ, "a\0\0\0b\0\0\0\0\0c\0\0\0"s, S_OK, "a/b/" },
-        { COpdHardwareString::GetString_Default, REG_MULTI_SZ, "a", S_OK, "" },
-        { COpdHardwareString::GetString_Default, REG_BINARY, "", S_OK, "/" },
+    DWORD dwError;
+    std::array<DWORD, 4> Offsets; // vendor, product, revision, serial
+    DWORD dwTextsAt;
+    std::string sTexts;
+};
+
+// A hostile offset must not be followed out of the block, nor an unterminated text; a large descriptor takes the second
+// query; part of one is better than none.
+TEST(StorageDevice, ReadsADescriptorThatItDoesNotTrust)
+{
+    const DWORD Small = ERROR_INSUFFICIENT_BUFFER, More = ERROR_MORE_DATA;
+    const std::vector<CAnswer> aCases[] = {
+        { { 0, { 36, 40, 48, 0 }, 36, "VEN\0PRO    \0001.0\0"s } },
+        { { 0, { 0, 0xFFFFFFFF, 4096, 4095 }, 4090, "ABCDEF" } },
+        { { Small, {}, 0, "" }, { 0, { 40000, 40959, 40960, 0 }, 40000, "far" } },
+        { { Small, {}, 0, "" }, { More, { 40, 0, 0, 0 }, 40, "part" } },
+        { { More, { 40, 0, 0, 0 }, 40, "part" } },
+        { { Small, {}, 0, "" }, { Small, {}, 0, "" } },
+        { { ERROR_INVALID_FUNCTION, {}, 0, "" } },
+        {}, // no such drive
     };
-    for (const auto& rCase : aCases)
+    std::vector<std::string> Log;
+    for (const std::vector<CAnswer>& rAnswers : aCases)
     {
-        COpdHardwareString::CLines Lines;
-        EXPECT_EQ(rCase.pFormatter({ rCase.ulType, { rCase.sBytes.begin(), rCase.sBytes.end() } }, Lines), rCase.hr);
-        std::string sLines;
-        for (const std::wstring& sLine : Lines)
-            sLines += Utf8(sLine) + '/';
-        EXPECT_EQ(sLines, rCase.sLines);
+        CFakePcIo io;
+        std::size_t nQuery = 0;
+        const auto Answer = [&](CFakeRequest& rRequest) {
+            EXPECT_EQ(rRequest.dwCode, 0x2D1400u);
+            EXPECT_EQ(rRequest.In, std::vector<BYTE>(12));
+            EXPECT_EQ(rRequest.Out.size(), nQuery == 0 ? 4096u : 40960u);
+            const CAnswer& rAnswer = rAnswers.at(nQuery++);
+            DWORD aHead[8] = { 40, 0xFFFFFFFF, 0x00010000, 0, 0, 0, 0, 7 };
+            std::ranges::copy(rAnswer.Offsets, aHead + 3);
+            std::memcpy(rRequest.Out.data(), aHead, sizeof aHead);
+            std::ranges::copy(rAnswer.sTexts, rRequest.Out.data() + rAnswer.dwTextsAt);
+            return rAnswer.dwError;
+        };
+        if (!rAnswers.empty())
+            io.Add(L"\\\\.\\D:", Answer);
+        const CLogWatch watch;
+        CStorageDriveInfo info;
+        const HRESULT hr = COpdStorageDevice(COpdStorageDevice::StandardOpenDeviceFunction).GetDriveInfo(3, info);
+        Put(Log,
+            FormatText(L"%08X %s|%s|%s|%s|%d%s", hr, info.sVendorId, info.sProductId, info.sRevision,
+                       info.sSerialNumber, info.dwBusType, info.bRemovable ? L"r" : L""),
+            watch);
+        EXPECT_EQ(nQuery, rAnswers.size());
+        EXPECT_EQ(io.OpenHandles(), 0u);
+        // Without access: a slot without a medium opens too.
+        EXPECT_EQ(io.Openings.at(0).dwAccess, 0u);
+        EXPECT_EQ(io.Openings.at(0).dwShare, DWORD{ FILE_SHARE_READ | FILE_SHARE_WRITE });
     }
+    ExpectGolden(Log, L"..\\hardware\\StorageDevice.log", L"");
 }
 
 } // namespace

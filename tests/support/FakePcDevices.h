@@ -2,9 +2,9 @@
 // object lives. One at a time.
 #pragma once
 
-#include <initializer_list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,14 +19,15 @@ struct CFakeProperty
     ULONG ulType = REG_BINARY;
     std::string sBytes = {};
     // The odd ones: other bytes, or a failure, once there is a buffer; a size that is not the true one.
-    const char* pLater = nullptr;
+    std::optional<std::string> Later = {};
     CONFIGRET crLater = CR_SUCCESS;
     DWORD dwTold = 0;
 };
-// Texts with their terminators, and numbers.
-CFakeProperty FakeText(const std::wstring& sText);
-CFakeProperty FakeList(std::initializer_list<std::wstring> Texts);
-CFakeProperty FakeNumber(DWORD dwValue);
+// A text with its terminator.
+inline CFakeProperty FakeText(const std::wstring& sText)
+{
+    return { REG_SZ, { reinterpret_cast<const char*>(sText.c_str()), (sText.size() + 1) * sizeof(wchar_t) } };
+}
 
 struct CFakeInterface
 {
@@ -43,31 +44,34 @@ struct CFakeNode
     DEVINST hParent = 0, hChild = 0, hLastChild = 0, hSibling = 0; // kept by Add
 };
 
+struct CFakeSetItem
+{
+    DEVINST hNode;
+    const CFakeInterface* pInterface;
+};
+
 class CFakePcDevices
 {
 public:
     CFakePcDevices();
-    ~CFakePcDevices();
     CFakePcDevices(const CFakePcDevices&) = delete;
     CFakePcDevices& operator=(const CFakePcDevices&) = delete;
 
     // The first is the root, with parent 0. Numbers count from 1; device sets have the nodes in this order.
     DEVINST Add(DEVINST hParent, CFakeNode node);
+    // Null for a number that no node has.
     CFakeNode* Find(DEVINST hNode) { return hNode - 1 < m_Nodes.size() ? &m_Nodes[hNode - 1] : nullptr; }
     const std::vector<CFakeNode>& Nodes() const { return m_Nodes; }
 
     // What the calls have done.
-    std::size_t OpenSets() const;
-    std::string sRelations;      // "c1 s1 p1 ": child, sibling, parent of node 1
-    std::vector<DWORD> SetFlags; // of SetupDiGetClassDevsW
-    // Failures to play.
-    CONFIGRET crLocate = CR_SUCCESS;
+    std::size_t OpenSets() const { return Sets.size(); }
+    std::map<HDEVINFO, std::vector<CFakeSetItem>> Sets;
+    std::string sRelations; // "c1 s1 p1 ": child, sibling, parent of node 1
+    // Failures to play. Without nodes there is no root.
     DWORD dwSetError = ERROR_SUCCESS;
     bool bRelationsUntouched = false; // relations succeed without telling a node
 
 private:
-    struct CPatches;
-
     std::vector<CFakeNode> m_Nodes;
-    std::unique_ptr<CPatches> m_pPatches;
+    std::shared_ptr<void> m_pCalls; // that are patched
 };

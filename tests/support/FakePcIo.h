@@ -4,12 +4,11 @@
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "platform/Win32.h"
+#include "support/ImportPatch.h"
 
 // One DeviceIoControl. In is a copy, since a caller may use one buffer for both.
 struct CFakeRequest
@@ -31,29 +30,58 @@ struct CFakeOpening
 class CFakePcIo
 {
 public:
-    CFakePcIo();
-    ~CFakePcIo();
-    CFakePcIo(const CFakePcIo&) = delete;
-    CFakePcIo& operator=(const CFakePcIo&) = delete;
+    CFakePcIo() { s_pIo = this; }
 
     // A path is found whatever its case. Paths with "\\.\" in front that nobody added are not found.
-    void Add(const std::wstring& sPath, CFakeAnswer answer);
+    void Add(std::wstring sPath, CFakeAnswer answer) { m_Devices[::_wcslwr(sPath.data())] = std::move(answer); }
 
     std::vector<CFakeOpening> Openings; // every attempt
-    // Sees each answered request, with the path as it was added and the error.
+    // Sees each answered request, with the path in small letters and the error.
     std::function<void(const std::wstring&, const CFakeRequest&, DWORD)> Watch;
     std::size_t OpenHandles() const { return m_Handles.size(); }
 
 private:
-    struct CPatches;
-    static HANDLE WINAPI CreateFileFake(LPCWSTR pPath, DWORD dwAccess, DWORD dwShare, SECURITY_ATTRIBUTES* pSecurity,
-                                        DWORD dwDisposition, DWORD dwFlags, HANDLE hTemplate);
-    static BOOL WINAPI DeviceIoControlFake(HANDLE hDevice, DWORD dwCode, void* pIn, DWORD dwIn, void* pOut, DWORD dwOut,
-                                           DWORD* pdwReturned, OVERLAPPED* pOverlapped);
-    static BOOL WINAPI CloseHandleFake(HANDLE hDevice);
+    static HANDLE WINAPI Open(LPCWSTR pPath, DWORD dwAccess, DWORD dwShare, SECURITY_ATTRIBUTES* pSecurity,
+                              DWORD dwDisposition, DWORD dwFlags, HANDLE hTemplate)
+    {
+        std::wstring sPath = pPath;
+        const auto it = s_pIo->m_Devices.find(::_wcslwr(sPath.data()));
+        if (it == s_pIo->m_Devices.end() && !sPath.starts_with(L"\\\\.\\"))
+            return s_pIo->m_Open.Original()(pPath, dwAccess, dwShare, pSecurity, dwDisposition, dwFlags, hTemplate);
+        s_pIo->Openings.push_back({ pPath, dwAccess, dwShare, dwFlags });
+        ::SetLastError(ERROR_FILE_NOT_FOUND);
+        if (it == s_pIo->m_Devices.end())
+            return INVALID_HANDLE_VALUE;
+        const auto hDevice = reinterpret_cast<HANDLE>(s_pIo->m_nLastHandle += 4);
+        s_pIo->m_Handles[hDevice] = &*it;
+        return hDevice;
+    }
+    static BOOL WINAPI Control(HANDLE hDevice, DWORD dwCode, void* pIn, DWORD dwIn, void* pOut, DWORD dwOut,
+                               DWORD* pdwReturned, OVERLAPPED* pOverlapped)
+    {
+        const auto it = s_pIo->m_Handles.find(hDevice);
+        if (it == s_pIo->m_Handles.end())
+            return s_pIo->m_Control.Original()(hDevice, dwCode, pIn, dwIn, pOut, dwOut, pdwReturned, pOverlapped);
+        const auto* const pFirst = static_cast<const BYTE*>(pIn);
+        CFakeRequest request{ dwCode, std::vector<BYTE>(pFirst, pFirst + dwIn), { static_cast<BYTE*>(pOut), dwOut } };
+        const auto& [sPath, answer] = *it->second;
+        const DWORD dwError = answer(request);
+        *pdwReturned = request.dwReturned;
+        if (s_pIo->Watch)
+            s_pIo->Watch(sPath, request, dwError);
+        ::SetLastError(dwError);
+        return dwError == ERROR_SUCCESS;
+    }
+    static BOOL WINAPI Close(HANDLE hDevice)
+    {
+        return s_pIo->m_Handles.erase(hDevice) == 1 ? TRUE : s_pIo->m_Close.Original()(hDevice);
+    }
 
+    static inline CFakePcIo* s_pIo;
     std::map<std::wstring, CFakeAnswer> m_Devices;
-    std::map<HANDLE, std::wstring> m_Handles;
+    std::map<HANDLE, const std::pair<const std::wstring, CFakeAnswer>*> m_Handles;
     ULONG_PTR m_nLastHandle = 0x7E000000;
-    std::unique_ptr<CPatches> m_pPatches;
+    CImportPatch<decltype(Open)> m_Open{ "CreateFileW", Open };
+    CImportPatch<decltype(Control)> m_Control{ "DeviceIoControl", Control };
+    CImportPatch<decltype(Close)> m_Close{ "CloseHandle", Close };
 };

@@ -27,3 +27,10 @@ public:
     CImportPatch(const char* pName, Function* pFake) : CImportPatchBase(pName, reinterpret_cast<void*>(pFake)) {}
     Function* Original() const { return reinterpret_cast<Function*>(m_pOriginal); }
 };
+
+// What a fake of a failing call gives: FALSE, or nought.
+inline bool FailedCall(DWORD dwError)
+{
+    ::SetLastError(dwError);
+    return false;
+}
