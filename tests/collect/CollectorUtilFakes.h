@@ -1,64 +1,116 @@
-// What the tests of the collectors share: version resources and times without files, and registry roots without the
-// PC's own.
+// What the tests of the collectors share: the folders, files, times and registry roots of a described PC.
 #pragma once
 
-#include <deque>
+#include <gmock/gmock.h>
+
+#include <shlobj.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
 
+#include "platform/Path.h"
+#include "support/FakeRoots.h"
+#include "support/Golden.h"
 #include "support/ImportPatch.h"
-#include "support/ScratchKey.h"
+#include "support/VersionBlock.h"
 
-// A version resource as a linker writes it: for each translation its strings.
-struct CTranslationStrings
+// Gives the shell's folders that it knows; every other one is missing.
+inline auto FakeShellFolders(std::map<int, std::wstring> Folders)
 {
-    WORD wLanguage;
-    std::vector<std::pair<std::wstring, std::wstring>> Strings;
-};
-std::vector<BYTE> VersionBlock(const std::vector<CTranslationStrings>& Translations);
+    const auto answer = [Folders = std::move(Folders)](auto, int nCsidl, auto, auto, LPWSTR pPath) -> HRESULT {
+        const auto it = Folders.find(nCsidl);
+        if (it == Folders.end())
+            return HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND);
+        ::lstrcpynW(pPath, it->second.c_str(), MAX_PATH);
+        return S_OK;
+    };
+    return FakeImport<decltype(::SHGetFolderPathW)>("SHGetFolderPathW", answer);
+}
 
-// Answers for the version calls, by file name; a file that is not in it has no resource. One at a time.
+inline FILETIME FileTimeOf(const SYSTEMTIME& rLocal)
+{
+    FILETIME Local, Time;
+    ::SystemTimeToFileTime(&rLocal, &Local);
+    ::LocalFileTimeToFileTime(&Local, &Time);
+    return Time;
+}
+
+// Every file: made 2013/01/02 03:04:05, read 2013/12/31 23:59:58, written 2014/07/08 09:10:11.
+inline auto FakeFileTimes()
+{
+    return FakeImport<decltype(::GetFileTime)>("GetFileTime", [](auto, auto* pCreation, auto* pAccess, auto* pWrite) {
+        if (pCreation != nullptr)
+            *pCreation = FileTimeOf({ 2013, 1, 0, 2, 3, 4, 5, 0 });
+        if (pAccess != nullptr)
+            *pAccess = FileTimeOf({ 2013, 12, 0, 31, 23, 59, 58, 0 });
+        *pWrite = FileTimeOf({ 2014, 7, 0, 8, 9, 10, 11, 0 });
+        return TRUE;
+    });
+}
+
+// Files named "lib.dll" have a resource with two translations; no other file has one.
 class CFakeVersions
 {
-public:
-    CFakeVersions() { s_pVersions = this; }
-    std::map<std::wstring, std::vector<BYTE>> Files;
+    static DWORD WINAPI Size(LPCWSTR pPath, LPDWORD)
+    {
+        ::SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
+        return FileNamePart(pPath) == L"lib.dll" ? static_cast<DWORD>(s_Block.size()) : 0;
+    }
+    static BOOL WINAPI Read(LPCWSTR, DWORD, DWORD dwSize, LPVOID pData)
+    {
+        std::memcpy(pData, s_Block.data(), std::min<std::size_t>(dwSize, s_Block.size()));
+        return TRUE;
+    }
 
-private:
-    static DWORD WINAPI Size(LPCWSTR pPath, LPDWORD);
-    static BOOL WINAPI Read(LPCWSTR pPath, DWORD, DWORD dwSize, LPVOID pData);
-
-    static inline CFakeVersions* s_pVersions = nullptr;
+    static inline const std::vector<BYTE> s_Block = VersionBlock({
+        { 0x0411,
+          { { L"FileVersion", L"1, 2, 3, 4" }, { L"Comments", L"a \"b\", c" }, { L"OriginalFilename", L"L" } } },
+        { 0x0409, { { L"FileVersion", L"9" }, { L"CompanyName", L"of the second translation" } } },
+    });
     CImportPatch<decltype(::GetFileVersionInfoSizeW)> m_Size{ "GetFileVersionInfoSizeW", Size };
     CImportPatch<decltype(::GetFileVersionInfoW)> m_Read{ "GetFileVersionInfoW", Read };
 };
 
-FILETIME FileTimeOf(const SYSTEMTIME& rLocal);
-
-// Every file: made 2013/01/02 03:04:05, read 2013/12/31 23:59:58, written 2014/07/08 09:10:11.
-class CFakeFileTimes
+// A table as the platform fills it in: its head, then its rows.
+template <typename Row>
+std::vector<BYTE> TableOf(const std::vector<DWORD>& Head, const std::vector<Row>& Rows)
 {
-    static BOOL WINAPI Times(HANDLE, LPFILETIME pCreation, LPFILETIME pAccess, LPFILETIME pWrite);
-    CImportPatch<decltype(::GetFileTime)> m_Times{ "GetFileTime", Times };
-};
+    const std::size_t nHead = Head.size() * sizeof(DWORD);
+    std::vector<BYTE> Bytes(nHead + Rows.size() * sizeof(Row));
+    std::memcpy(Bytes.data(), Head.data(), nHead);
+    std::copy(Rows.begin(), Rows.end(), reinterpret_cast<Row*>(Bytes.data() + nHead));
+    return Bytes;
+}
 
-// HKEY_LOCAL_MACHINE and HKEY_CURRENT_USER as this process sees them, empty at first. Keys are made before Enter.
-class CFakeRoots
+// Answers a caller that asks for the size first.
+inline DWORD GiveSized(const std::vector<BYTE>& Bytes, void* pBuffer, DWORD* pdwSize, DWORD dwTooSmall)
 {
-public:
-    ~CFakeRoots();
-    CScratchKey& Machine(const std::wstring& sPath) { return m_Keys.emplace_back(L"kelvarin-tests\\LM\\" + sPath); }
-    CScratchKey& User(const std::wstring& sPath) { return m_Keys.emplace_back(L"kelvarin-tests\\CU\\" + sPath); }
-    void Enter();
+    const bool bFits = pBuffer != nullptr && *pdwSize >= Bytes.size();
+    *pdwSize = static_cast<DWORD>(Bytes.size());
+    if (bFits)
+        std::copy(Bytes.begin(), Bytes.end(), static_cast<BYTE*>(pBuffer));
+    return bFits ? ERROR_SUCCESS : dwTooSmall;
+}
 
-private:
-    CScratchKey m_Parent{ L"kelvarin-tests" }, m_Machine{ L"kelvarin-tests\\LM" }, m_User{ L"kelvarin-tests\\CU" };
-    std::deque<CScratchKey> m_Keys;
-};
+// Lets a call fail as most of them do.
+inline BOOL FailWith(DWORD dwError)
+{
+    ::SetLastError(dwError);
+    return FALSE;
+}
 
-// Compares with the file of that name in tests/data/collect, in which "$" stands for the folder and a line ends in LF.
-void ExpectGolden(const std::string& sActual, const wchar_t* pName, const std::wstring& sFolder);
-// The same for log records, one a line.
-void ExpectGolden(const std::vector<std::string>& Records, const wchar_t* pName, const std::wstring& sFolder);
+// A folder named "up" is, by its identity, the one that holds its parent.
+inline auto FakeJunctions()
+{
+    return FakeImport<decltype(::GetFileInformationByHandle)>("GetFileInformationByHandle", [](auto hFile, auto pInfo) {
+        wchar_t aPath[MAX_PATH] = L"";
+        ::GetFinalPathNameByHandleW(hFile, aPath, MAX_PATH, 0);
+        const std::filesystem::path Path = aPath;
+        const auto Real = Path.filename() == L"up" ? Path.parent_path().parent_path() : Path;
+        *pInfo = {};
+        pInfo->nFileIndexLow = static_cast<DWORD>(std::filesystem::hash_value(Real));
+        return TRUE;
+    });
+}

@@ -1,0 +1,83 @@
+#include "support/FakeRoots.h"
+
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+#include "platform/Text.h"
+#include "platform/WideText.h"
+#include "support/Golden.h"
+
+namespace
+{
+
+// The text in quotes that begins at rnAt, which then stands behind it.
+std::wstring Quoted(const std::string& sLine, std::size_t& rnAt)
+{
+    std::string sText;
+    for (++rnAt; sLine.at(rnAt) != '"'; ++rnAt)
+    {
+        if (sLine[rnAt] == '\\')
+            ++rnAt;
+        sText += sLine.at(rnAt);
+    }
+    ++rnAt;
+    return ToWide(sText);
+}
+
+// "hex:0a,ff" or "hex(2):..."
+void SetBytes(const CScratchKey& rKey, const std::wstring& sName, const std::string& sValue)
+{
+    const DWORD dwType = sValue[3] == '(' ? std::stoul(sValue.substr(4), nullptr, 16) : REG_BINARY;
+    std::vector<BYTE> Data;
+    for (std::size_t n = sValue.find(':') + 1; n < sValue.size(); n += 3)
+        Data.push_back(static_cast<BYTE>(std::stoul(sValue.substr(n, 2), nullptr, 16)));
+    rKey.Set(sName.c_str(), dwType, Data);
+}
+
+void SetValue(const CScratchKey& rKey, const std::string& sLine)
+{
+    std::size_t nAt = 1;
+    std::wstring sName;
+    if (sLine[0] == '"')
+        sName = Quoted(sLine, nAt = 0);
+    const std::string sValue = sLine.substr(nAt + 1);
+    if (sValue.starts_with("\""))
+        rKey.SetText(sName.c_str(), Quoted(sValue, nAt = 0));
+    else if (sValue.starts_with("dword:"))
+        rKey.SetDword(sName.c_str(), std::stoul(sValue.substr(6), nullptr, 16));
+    else
+        SetBytes(rKey, sName, sValue);
+}
+
+} // namespace
+
+CFakeRoots::CFakeRoots(std::wstring_view sDocument, const std::wstring& sFolder)
+{
+    std::wstring sEscaped = sFolder;
+    ReplaceAll(sEscaped, L"\\", L"\\\\");
+    const std::string sText = Document(sDocument, sEscaped);
+    std::istringstream Lines(sText);
+    for (std::string sLine; std::getline(Lines, sLine);)
+    {
+        if (sLine.starts_with("[HKEY_"))
+            m_Keys.emplace_back(Root + ToWide(sLine.substr(6, sLine.size() - 7)));
+        else if (sLine.starts_with("\"") || sLine.starts_with("@"))
+            SetValue(m_Keys.back(), sLine);
+    }
+    Enter(sText.find("\n[HKEY_CLASSES_ROOT") != sText.npos);
+}
+
+void CFakeRoots::Enter(bool bClasses)
+{
+    if ((bClasses && ::RegOverridePredefKey(HKEY_CLASSES_ROOT, m_Classes.Get()) != ERROR_SUCCESS) ||
+        ::RegOverridePredefKey(HKEY_CURRENT_USER, m_User.Get()) != ERROR_SUCCESS ||
+        ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_Machine.Get()) != ERROR_SUCCESS)
+        throw std::runtime_error("cannot replace the registry's roots");
+}
+
+CFakeRoots::~CFakeRoots()
+{
+    for (const HKEY hRoot : { HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE })
+        ::RegOverridePredefKey(hRoot, nullptr);
+}

@@ -1,0 +1,28 @@
+// The registry's roots as this process sees them: what a test puts there and nothing else.
+#pragma once
+
+#include <deque>
+#include <string>
+#include <string_view>
+
+#include "support/ScratchKey.h"
+
+class CFakeRoots
+{
+public:
+    // HKEY_LOCAL_MACHINE and HKEY_CURRENT_USER, empty at first. Keys are made before Enter.
+    CFakeRoots() = default;
+    // The roots that a document in regedit's form below tests/data names, entered. "$" in it stands for the folder.
+    // Data are stored as they stand there, terminated or not.
+    explicit CFakeRoots(std::wstring_view sDocument, const std::wstring& sFolder = L"");
+    ~CFakeRoots();
+    CScratchKey& Machine(const std::wstring& sPath) { return m_Keys.emplace_back(Root + L"LOCAL_MACHINE\\" + sPath); }
+    CScratchKey& User(const std::wstring& sPath) { return m_Keys.emplace_back(Root + L"CURRENT_USER\\" + sPath); }
+    void Enter(bool bClasses = false);
+
+private:
+    static inline const std::wstring Root = L"kelvarin-tests\\HKEY_";
+    CScratchKey m_Parent{ L"kelvarin-tests" }, m_Machine{ Root + L"LOCAL_MACHINE" }, m_User{ Root + L"CURRENT_USER" },
+        m_Classes{ Root + L"CLASSES_ROOT" };
+    std::deque<CScratchKey> m_Keys;
+};
