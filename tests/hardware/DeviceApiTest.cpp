@@ -6,6 +6,8 @@
 
 #include "collect/CollectorUtilFakes.h"
 #include "hardware/OpdCmApi.h"
+#include "hardware/OpdHardwareList.h"
+#include "hardware/OpdHardwareTree.h"
 #include "hardware/OpdSetupDi.h"
 #include "hardware/OpdStorageDevice.h"
 #include "hardware/SamplePc.h"
@@ -28,7 +30,7 @@ void Put(std::vector<std::string>& rLog, const std::wstring& sAnswer, const CLog
 }
 
 // The walks from a class and from a drive tell devices from each other by these answers, and support searches the log
-// for these texts: code, answer and records of each call, one after the other.
+// for these texts: code, answer and records of each call, one after the other. S_FALSE comes from the steps between.
 TEST(DeviceApi, AnswersAndTellsWhatItCouldNotAnswer)
 {
     CFakePcDevices pc;
@@ -38,6 +40,8 @@ TEST(DeviceApi, AnswersAndTellsWhatItCouldNotAnswer)
     CDeviceProperty property;
     std::wstring s;
     const auto hClosed = reinterpret_cast<HDEVINFO>(0x15);
+    const CTestFolder folder;
+    COpdHardwareList list;
     using Cm = COpdCmApi;
     using Di = COpdSetupDi;
     const auto Change = []<typename T>(T& rValue, const std::type_identity_t<T>& value) {
@@ -46,13 +50,11 @@ TEST(DeviceApi, AnswersAndTellsWhatItCouldNotAnswer)
     const std::function<HRESULT()> aCalls[] = {
         // Without a root, then with the sample's nodes.
         [&] { return Cm::GetDeviceDescByDriverKeyName(L"{odd}\\0001", s); },
+        [&] { return COpdHardwareTree().DumpDeviceTree(folder / L"none", true); },
         [&] { return AddSamplePc(pc), S_FALSE; },
-        [&] { return Cm::GetDeviceId(3, s); },
         [&] { return Cm::GetDeviceId(9, s); },
-        [&] { return Cm::GetDevNodeDriverName(2, s); },
         [&] { return Cm::GetDevNodeDriverName(5, s); },
         [&] { return Cm::GetDevNodeDriverName(6, s); },
-        [&] { return Cm::GetDevNodeDeviceDesc(3, s); },
         [&] { return Cm::GetDevNodeDeviceDesc(4, s); },
         [&] { return Cm::GetDevNodeRegistryProperty(1, CM_DRP_DEVICEDESC, property); },
         [&] { return Cm::GetDevNodeRegistryProperty(3, CM_DRP_SECURITY, property); },
@@ -64,13 +66,11 @@ TEST(DeviceApi, AnswersAndTellsWhatItCouldNotAnswer)
         [&] { return Di::GetClassDevices(Disk, hSet); },
         [&] { return Di::GetDeviceInterfaceData(hSet.Get(), Disk, 1, item); },
         [&] { return Di::GetDeviceInterfaceData(hSet.Get(), Disk, 0, item); },
-        [&] { return Di::GetDeviceInterfaceDetail(hSet.Get(), item, s); },
         [&] { return Di::GetDeviceInterfaceDetail(hSet.Get(), item, device, s); },
         [&] { return Di::GetDeviceInterfaceDetail(hClosed, item, s); },
         [&] { return Change(pc.Find(3)->Interfaces[0].sPath, L"x"); },
         [&] { return Di::GetDeviceInterfaceDetail(hSet.Get(), item, s); },
         // From the device that the second of these calls told.
-        [&] { return Di::GetDeviceInstanceId(hSet.Get(), device, s); },
         [&] { return Di::GetDeviceInstanceId(hClosed, device, s); },
         [&] { return Di::GetDeviceRegistryProperty(hSet.Get(), device, SPDRP_DRIVER, property); },
         [&] { return Di::GetDeviceRegistryProperty(hSet.Get(), device, SPDRP_SECURITY, property); },
@@ -80,14 +80,19 @@ TEST(DeviceApi, AnswersAndTellsWhatItCouldNotAnswer)
         [&] { return Change(pc.Find(3)->sId, std::wstring(201, L'x')); },
         [&] { return Cm::GetDeviceId(3, s); },
         [&] { return Di::GetDeviceInstanceId(hSet.Get(), device, s); },
-        // From an enumerator; the set before is given back.
-        [&] { return Di::GetClassDevices(L"ROOT", hSet); },
-        [&] { return Di::GetDevInfoData(hSet.Get(), 0, device); },
-        [&] { return Di::GetDeviceInstanceId(hSet.Get(), device, s); },
+        // Sets that there are not.
         [&] { return Di::GetDevInfoData(hClosed, 7, device); },
         [&] { return Change(pc.dwSetError, ERROR_ACCESS_DENIED); },
         [&] { return Di::GetClassDevices(Disk, hSet); },
         [&] { return Di::GetClassDevices(L"ROOT", hSet); },
+        [&] { return list.DumpAllDeviceList(folder / L"all"); },
+        [&] { return list.DumpCurrentDeviceList(folder / L"current"); },
+        [&] { return list.DumpDeviceListByClassGuid(Disk, L"Disk", folder / L"class", false); },
+        [&] { return list.DumpDeviceListByClassGuid(Disk, L"Disk", folder / L"class", true); },
+        // Files and devices that cannot be opened.
+        [&] { return list.DumpCurrentDeviceList(L""); },
+        [&] { return COpdHardwareTree().DumpDeviceTree(L"", true); },
+        [&] { return COpdStorageDevice::StandardOpenDeviceFunction(L"C:", nullptr); },
     };
     std::vector<std::string> Log;
     for (const auto& rCall : aCalls)
@@ -99,6 +104,8 @@ TEST(DeviceApi, AnswersAndTellsWhatItCouldNotAnswer)
             Put(Log, FormatText(L"%08X %s", hr, s), watch);
     }
     ExpectGolden(Log, L"..\\hardware\\DeviceApi.log", L"");
+    // A failed set costs the devices, not the head.
+    EXPECT_TRUE(ReadBytes(folder / L"all").ends_with("] ALL CLASSES\r\n\r\n"));
     EXPECT_EQ(pc.OpenSets(), 0u);
 }
 

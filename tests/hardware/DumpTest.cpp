@@ -72,7 +72,7 @@ TEST(HardwareTree, StandsDeepAndBroadTrees)
     EXPECT_EQ(ReadBytes(folder / L"one.txt"), "+ \r\n");
 }
 
-// A list of the wrong class or with what has gone would mislead its reader; a failed set costs its own file only.
+// A list of the wrong class or with what has gone would mislead its reader.
 TEST(HardwareList, IsWrittenForAllPresentAndEachClass)
 {
     CFakePcDevices pc;

@@ -285,12 +285,11 @@ TEST(HardwareInfoCollector, StandsMutatedAnswers)
     const std::vector<CFakeNode> Nodes = pc.devices.Nodes();
     pc.Cells[L"pc drives"] = L"CEF";
     pc.usb.Tamper = [&](CFakeRequest& rRequest, DWORD& rdwError) {
-        const auto nKind = random() % 20;
-        if (nKind == 0)
+        if (random() % 20 == 0)
             rdwError = random() % 2 == 0 ? ERROR_GEN_FAILURE : ERROR_INSUFFICIENT_BUFFER;
-        else if (nKind == 1)
+        if (random() % 20 == 0)
             rRequest.dwReturned = random();
-        else if (nKind < 8 && !rRequest.Out.empty())
+        if (random() % 3 == 0 && !rRequest.Out.empty())
             rRequest.Out[random() % std::min<std::size_t>(rRequest.Out.size(), 200)] = static_cast<BYTE>(random());
         if (rRequest.dwCode == 0x220408 && rRequest.Out.size() == 76)
             rRequest.Out[6] %= 8;
@@ -302,14 +301,13 @@ TEST(HardwareInfoCollector, StandsMutatedAnswers)
             *pNode = Nodes[hNode - 1];
             for (auto& [ulNumber, rProperty] : pNode->Properties)
             {
-                const auto nKind = random() % 12;
-                if (nKind == 0)
+                if (random() % 12 == 0)
                     rProperty.ulType = random() % 13;
-                else if (nKind == 1)
+                if (random() % 12 == 0)
                     rProperty.dwTold = random() % 100;
-                else if (nKind == 2)
+                if (random() % 12 == 0)
                     rProperty.sBytes.resize(random() % 70, static_cast<char>(random()));
-                else if (nKind < 8 && !rProperty.sBytes.empty())
+                if (random() % 2 == 0 && !rProperty.sBytes.empty())
                     rProperty.sBytes[random() % rProperty.sBytes.size()] = static_cast<char>(random());
             }
         }
