@@ -3,8 +3,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "log/ResultLog.h"
-#include "support/TestFolder.h"
+#include "support/Golden.h"
 
 struct CCheckRun
 {
@@ -30,4 +32,14 @@ CCheckRun RunCheck(const Call& call)
         run.Lines.push_back(sText.substr(nStart, nEnd - nStart));
     EXPECT_EQ(nStart, sText.size()) << "the last line has no end";
     return run;
+}
+
+// The lines of a run in which each failed line was counted, and nothing else.
+template <typename Call>
+std::string CountedLines(const Call& call)
+{
+    const CCheckRun run = RunCheck(call);
+    EXPECT_EQ(run.hr, S_OK);
+    EXPECT_EQ(run.nFailed, std::ranges::count_if(run.Lines, [](const auto& s) { return s.starts_with("Failed: "); }));
+    return Joined(run.Lines);
 }

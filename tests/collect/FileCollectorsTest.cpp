@@ -17,8 +17,6 @@ namespace
 // locked, a file that has gone and a junction to a folder above cost their own lines.
 TEST(CollectorUtil, ListsAnyFolderInItsColumns)
 {
-    const LCID dwLocale = ::GetThreadLocale();
-    ::SetThreadLocale(MAKELCID(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), SORT_DEFAULT)); // code page 1252
     const CTestFolder folder, out;
     folder.Write(L"a b.TVM", std::string("\0\0\2\0\1\0\4\0\3\0", 10));
     folder.Write(L"device.tvl", "0123456789");
@@ -49,7 +47,6 @@ TEST(CollectorUtil, ListsAnyFolderInItsColumns)
     EXPECT_EQ(CCollectorUtil::OutputFileInfos(folder.Path(), report), S_OK);
     report.Close();
     ExpectGolden(L"collect/Listing.txt", Outcome(out.Path(), watch), folder.Path());
-    ::SetThreadLocale(dwLocale);
 }
 
 // Each list has its own folder of the system; one that is missing must not cost the next. Without the folder of the

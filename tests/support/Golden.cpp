@@ -8,6 +8,8 @@
 #include <regex>
 #include <sstream>
 
+#include "platform/Format.h"
+
 namespace
 {
 
@@ -70,6 +72,12 @@ void ExpectGolden(std::wstring_view sName, std::string sText, const std::wstring
     Replace(sText, Utf8(sFolder), "$");
     Replace(sText, "\n", "<LF>\n");
     Replace(sText, "\r<LF>", "");
+    for (std::size_t n = 0; n < sText.size(); ++n)
+    {
+        const int nByte = static_cast<unsigned char>(sText[n]);
+        if (nByte > 0x7F)
+            sText.replace(n, 1, Utf8(FormatText(L"<%02X>", nByte)));
+    }
     EXPECT_EQ(sText, Document(sName)) << Utf8(sName);
     const std::filesystem::path Actual = std::filesystem::path(L"C:\\kelvarin-tests\\actual") / sName;
     std::filesystem::remove(Actual);

@@ -19,6 +19,6 @@ std::string Outcome(const std::wstring& sFolder, const CLogWatch& rWatch);
 std::string Joined(const std::vector<std::string>& Lines);
 
 // Compares a text with the golden file, in which "$" stands for the folder, "[banner]" for the time and version at the
-// head of a report, LF for CR LF, and "<LF>" for an LF alone. The text that differs is left in C:\kelvarin-tests\actual
-// in this form.
+// head of a report, LF for CR LF, "<LF>" before an LF alone, and "<E4>" for a byte that is no ASCII. The text that
+// differs is left in C:\kelvarin-tests\actual in this form.
 void ExpectGolden(std::wstring_view sName, std::string sText, const std::wstring& sFolder);

@@ -8,6 +8,8 @@ int wmain(int argc, wchar_t** argv)
 {
     ::testing::InitGoogleMock(&argc, argv);
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+    // The golden files are of code page 1252.
+    ::SetThreadLocale(MAKELCID(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), SORT_DEFAULT));
     const COpdComInit com;
     CKelvarinApp::GetApp().Init(::GetModuleHandleW(nullptr));
     return RUN_ALL_TESTS();
