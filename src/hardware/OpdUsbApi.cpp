@@ -13,69 +13,67 @@ namespace
 {
 
 // A name that is asked twice: with a record of one character for its length, then with a block of that length. The
-// records begin with the port, where there is one, then the length, then the name.
+// records begin with the port, where there is one, then the length, then the name. A request that fails, or answers
+// nothing, is told and thrown.
 class CNameRequest
 {
 public:
-    // Without an input the request takes none at all.
-    enum class Input
-    {
-        None,
-        Record
-    };
-
-    CNameRequest(HANDLE hDevice, DWORD dwCode, Input eInput, std::optional<DWORD> dwPort = {})
-        : m_hDevice(hDevice),
+    CNameRequest(const CFunctionLog& log, HANDLE hDevice, DWORD dwCode, const wchar_t* pCodeName,
+                 std::optional<DWORD> dwPort = {})
+        : m_log(log),
+          m_hDevice(hDevice),
           m_dwCode(dwCode),
-          m_eInput(eInput),
+          m_pCodeName(pCodeName),
           m_dwPort(dwPort),
           m_nNameAt(dwPort ? 2 * sizeof(DWORD) : sizeof(DWORD))
     {
     }
 
-    // Each gives a failed code when the request failed or answered nothing.
-    HRESULT AskLength()
+    // The length that the device gives the whole record; any number.
+    DWORD AskLength()
     {
         BYTE aRecord[2 * sizeof(DWORD) + sizeof(WCHAR)] = {};
-        const HRESULT hr = Send(aRecord, static_cast<DWORD>(m_nNameAt + sizeof(WCHAR)));
+        Send(aRecord, static_cast<DWORD>(m_nNameAt + sizeof(WCHAR)));
         std::memcpy(&m_dwLength, aRecord + m_nNameAt - sizeof(DWORD), sizeof m_dwLength);
-        return hr;
+        return m_dwLength;
     }
-    DWORD Length() const { return m_dwLength; }
 
-    // Reads the name into rsName.
-    HRESULT Read(const CFunctionLog& log, std::wstring& rsName) const
+    std::wstring Read() const
     {
         // A name of the system has at most as many bytes as a 16-bit length can tell.
         const DWORD dwLength = std::min<DWORD>(m_dwLength, 0xFFFF + 2 * sizeof(DWORD));
         const std::size_t nBlock = std::max<std::size_t>(dwLength, m_nNameAt) + sizeof(WCHAR);
         const std::unique_ptr<BYTE[]> pBlock(new (std::nothrow) BYTE[nBlock]());
         if (!pBlock)
-            log.Throw(E_OUTOFMEMORY, L"CHeapPtr<UINT8>::AllocateBytes( %u ) failed.", nBlock);
-        const HRESULT hr = Send(pBlock.get(), dwLength);
-        if (FAILED(hr))
-            return hr;
+            m_log.Throw(E_OUTOFMEMORY, L"CHeapPtr<UINT8>::AllocateBytes( %u ) failed.", nBlock);
+        Send(pBlock.get(), dwLength);
         std::wstring sName((nBlock - m_nNameAt) / sizeof(WCHAR), L'\0');
         std::memcpy(sName.data(), pBlock.get() + m_nNameAt, sName.size() * sizeof(WCHAR));
-        rsName = sName.substr(0, sName.find(L'\0'));
-        return S_OK;
+        return sName.substr(0, sName.find(L'\0'));
     }
 
 private:
-    HRESULT Send(BYTE* pRecord, DWORD dwSize) const
+    void Send(BYTE* pRecord, DWORD dwSize) const
     {
         if (m_dwPort)
             std::memcpy(pRecord, &*m_dwPort, sizeof *m_dwPort);
-        const bool bInput = m_eInput == Input::Record;
+        // The name of a root hub takes no input: the same code with one asks a hub for its information.
+        const bool bInput = m_dwCode != IOCTL_USB_GET_ROOT_HUB_NAME;
         DWORD dwReturned = 0;
         const BOOL bSucceeded = ::DeviceIoControl(m_hDevice, m_dwCode, bInput ? pRecord : nullptr, bInput ? dwSize : 0,
                                                   pRecord, dwSize, &dwReturned, nullptr);
-        return bSucceeded && dwReturned != 0 ? S_OK : LastErrorResult(E_FAIL);
+        if (bSucceeded && dwReturned != 0)
+            return;
+        const HRESULT hr = LastErrorResult(E_FAIL);
+        const std::wstring sPort = m_dwPort ? FormatText(L"%u, ", *m_dwPort) : std::wstring();
+        m_log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, %s%s ) failed. [0x%08X]", HandleToULong(m_hDevice), sPort,
+                        m_pCodeName);
     }
 
+    const CFunctionLog& m_log;
     HANDLE m_hDevice;
     DWORD m_dwCode;
-    Input m_eInput;
+    const wchar_t* m_pCodeName;
     std::optional<DWORD> m_dwPort;
     std::size_t m_nNameAt;
     DWORD m_dwLength = 0;
@@ -132,17 +130,11 @@ HRESULT COpdUsbApi::GetHcdDriverKeyName(HANDLE hController, std::wstring& rsName
 {
     CFunctionLog log;
     return log.Run([&] {
-        const auto Require = [&](HRESULT hr) {
-            if (FAILED(hr))
-                log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, IOCTL_GET_HCD_DRIVERKEY_NAME ) failed. [0x%08X]",
-                              HandleToULong(hController));
-        };
-        CNameRequest request(hController, IOCTL_GET_HCD_DRIVERKEY_NAME, CNameRequest::Input::Record);
-        Require(request.AskLength());
-        if (request.Length() <= sizeof(USB_HCD_DRIVERKEY_NAME))
-            log.Fail(E_FAIL, L"stHcdDriverKeyName.ActualLength(%d) <= sizeof(USB_HCD_DRIVERKEY_NAME)",
-                     request.Length());
-        Require(request.Read(log, rsName));
+        CNameRequest request(log, hController, IOCTL_GET_HCD_DRIVERKEY_NAME, L"IOCTL_GET_HCD_DRIVERKEY_NAME");
+        const DWORD dwLength = request.AskLength();
+        if (dwLength <= sizeof(USB_HCD_DRIVERKEY_NAME))
+            log.Fail(E_FAIL, L"stHcdDriverKeyName.ActualLength(%d) <= sizeof(USB_HCD_DRIVERKEY_NAME)", dwLength);
+        rsName = request.Read();
     });
 }
 
@@ -150,19 +142,13 @@ HRESULT COpdUsbApi::GetDriverKeyName(HANDLE hHub, DWORD dwPort, std::wstring& rs
 {
     CFunctionLog log;
     return log.Run([&] {
-        const auto Require = [&](HRESULT hr) {
-            if (FAILED(hr))
-                log.ThrowCode(
-                    hr,
-                    L"::DeviceIoControl( 0x%08X, %u, IOCTL_USB_GET_NODE_CONNECTION_DRIVERKEY_NAME ) failed. [0x%08X]",
-                    HandleToULong(hHub), dwPort);
-        };
-        CNameRequest request(hHub, IOCTL_USB_GET_NODE_CONNECTION_DRIVERKEY_NAME, CNameRequest::Input::Record, dwPort);
-        Require(request.AskLength());
-        if (request.Length() <= sizeof(USB_NODE_CONNECTION_DRIVERKEY_NAME))
+        CNameRequest request(log, hHub, IOCTL_USB_GET_NODE_CONNECTION_DRIVERKEY_NAME,
+                             L"IOCTL_USB_GET_NODE_CONNECTION_DRIVERKEY_NAME", dwPort);
+        const DWORD dwLength = request.AskLength();
+        if (dwLength <= sizeof(USB_NODE_CONNECTION_DRIVERKEY_NAME))
             log.Fail(E_FAIL, L"stDriverKeyName.ActualLength(%d) <= sizeof(USB_NODE_CONNECTION_DRIVERKEY_NAME)",
-                     request.Length());
-        Require(request.Read(log, rsName));
+                     dwLength);
+        rsName = request.Read();
     });
 }
 
@@ -170,15 +156,9 @@ HRESULT COpdUsbApi::GetRootHubName(HANDLE hController, std::wstring& rsName)
 {
     CFunctionLog log;
     return log.Run([&] {
-        const auto Require = [&](HRESULT hr) {
-            if (FAILED(hr))
-                log.ThrowCode(hr, L"::DeviceIoControl( 0x%08X, IOCTL_USB_GET_ROOT_HUB_NAME ) failed. [0x%08X]",
-                              HandleToULong(hController));
-        };
-        // Without an input: the same code with one asks a hub for its information.
-        CNameRequest request(hController, IOCTL_USB_GET_ROOT_HUB_NAME, CNameRequest::Input::None);
-        Require(request.AskLength());
-        Require(request.Read(log, rsName));
+        CNameRequest request(log, hController, IOCTL_USB_GET_ROOT_HUB_NAME, L"IOCTL_USB_GET_ROOT_HUB_NAME");
+        request.AskLength();
+        rsName = request.Read();
     });
 }
 
@@ -186,15 +166,10 @@ HRESULT COpdUsbApi::GetExternalHubName(HANDLE hHub, DWORD dwPort, std::wstring& 
 {
     CFunctionLog log;
     return log.Run([&] {
-        const auto Require = [&](HRESULT hr) {
-            if (FAILED(hr))
-                log.ThrowCode(hr,
-                              L"::DeviceIoControl( 0x%08X, %d, IOCTL_USB_GET_NODE_CONNECTION_NAME ) failed. [0x%08X]",
-                              HandleToULong(hHub), dwPort);
-        };
-        CNameRequest request(hHub, IOCTL_USB_GET_NODE_CONNECTION_NAME, CNameRequest::Input::Record, dwPort);
-        Require(request.AskLength());
-        Require(request.Read(log, rsName));
+        CNameRequest request(log, hHub, IOCTL_USB_GET_NODE_CONNECTION_NAME, L"IOCTL_USB_GET_NODE_CONNECTION_NAME",
+                             dwPort);
+        request.AskLength();
+        rsName = request.Read();
     });
 }
 
