@@ -78,7 +78,8 @@ HRESULT CRegistryInfoChecker::CheckRegistryInfo(const CRegistryInfo& rInfo)
                 L"Failed: Registry value type is not equal.[key:\"%s\\%s\"][value:\"%s\"][current:%d original:%d]",
                 sRoot, sKey, sValue, dwType, rInfo.dwType);
 
-        std::vector<BYTE> Data(std::max(dwSize, DWORD{ 1 }));
+        // Some systems end a text of one byte with a zero character that the size does not tell.
+        std::vector<BYTE> Data(dwSize + sizeof(wchar_t));
         DWORD dwRead = dwSize;
         if (::RegQueryValueExW(reg.Get(), sValue.c_str(), nullptr, &dwType, Data.data(), &dwRead) != ERROR_SUCCESS)
             FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry value can not read.[key:\"%s\\%s\"][value:\"%s\"]",

@@ -84,10 +84,9 @@ HRESULT CCollectorUtil::OutputRegSubKeyData(HKEY hKey, CResultLog& rResultLog)
                 return;
             if (dwSize > MaxData)
                 log.Throw(E_OUTOFMEMORY, L"pData.Allocate( %d ) failed.", dwSize);
-            Data.resize(dwSize);
-            BYTE nNothing = 0;
-            if (::RegQueryValueExW(hKey, aName, nullptr, &dwType, dwSize != 0 ? Data.data() : &nNothing, &dwSize) !=
-                ERROR_SUCCESS)
+            // Some systems end a text of one byte with a zero character that the size does not tell.
+            Data.resize(dwSize + sizeof(wchar_t));
+            if (::RegQueryValueExW(hKey, aName, nullptr, &dwType, Data.data(), &dwSize) != ERROR_SUCCESS)
                 return;
             Data.resize(std::min<std::size_t>(dwSize, Data.size()));
             if (const auto sText = DataText(dwType, Data))
