@@ -1,13 +1,12 @@
 #include "sptioctl/SptIoCtl.h"
 
-#include <ntddscsi.h>
 #include <winioctl.h>
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <exception>
 #include <limits>
-#include <new>
-#include <stdexcept>
 #include <vector>
 
 #include "log/FunctionLog.h"
@@ -24,6 +23,13 @@ constexpr BYTE LastDrive = 25;
 constexpr DWORD PropertyTimeOut = 0;
 constexpr std::size_t SmallData = 512; // the least size of the data area
 
+// The operations by their direction and by their form.
+constexpr opLogSys::CFunctionName SendNames[][2] = {
+    { "sptioctl::CSptIoCtl::SendOutDataCmd", "sptioctl::CSptIoCtl::SendOutDataCmdDirect" },
+    { "sptioctl::CSptIoCtl::SendInDataCmd", "sptioctl::CSptIoCtl::SendInDataCmdDirect" },
+    { "sptioctl::CSptIoCtl::SendNoDataCmd", "sptioctl::CSptIoCtl::SendNoDataCmdDirect" },
+};
+
 wchar_t DriveLetter(BYTE nDriveIndex)
 {
     return static_cast<wchar_t>(L'A' + nDriveIndex);
@@ -38,22 +44,17 @@ void CheckDriveIndex(const CFunctionLog& log, BYTE nDriveIndex)
 // Header and data area of the buffered form, cleared.
 std::vector<BYTE> MakeBlock(const CFunctionLog& log, DWORD dwDataSize)
 {
-    constexpr DWORD dwLargest = std::numeric_limits<DWORD>::max() - CWireRecord::HeaderSize - 15;
-    if (dwDataSize > dwLargest)
-        log.Throw(E_OUTOFMEMORY);
-    const std::size_t nData = dwDataSize <= SmallData ? SmallData : (dwDataSize + std::size_t{ 15 }) / 16 * 16;
+    const std::uint64_t nData = dwDataSize <= SmallData ? SmallData : (std::uint64_t{ dwDataSize } + 15) / 16 * 16;
+    const std::uint64_t nBlock = CWireRecord::HeaderSize + nData;
     try
     {
-        return std::vector<BYTE>(CWireRecord::HeaderSize + nData);
+        if (nBlock <= std::numeric_limits<DWORD>::max())
+            return std::vector<BYTE>(static_cast<std::size_t>(nBlock));
     }
-    catch (const std::bad_alloc&)
+    catch (const std::exception&) // no memory, or more than a vector can ever hold
     {
-        log.Throw(E_OUTOFMEMORY);
     }
-    catch (const std::length_error&)
-    {
-        log.Throw(E_OUTOFMEMORY);
-    }
+    log.Throw(E_OUTOFMEMORY, L"CHeapPtr<UINT8>::AllocateBytes( %I64u ) failed.", nBlock);
 }
 
 // What came back, as far as the caller's buffer and the block go; the tail of a short read is zero.
@@ -73,7 +74,7 @@ void CWireRecord::Fill(const CCommand& rCommand, DWORD dwTimeOut, DWORD dwData)
     m_Bytes[4] = 1; // target
     m_Bytes[6] = rCommand.nCdbSize;
     m_Bytes[7] = SenseSize;
-    m_Bytes[8] = rCommand.nDirection;
+    m_Bytes[8] = static_cast<BYTE>(rCommand.eDirection);
     PutDword(12, rCommand.dwDataSize);
     PutDword(16, dwTimeOut);
     PutDword(20, dwData);
@@ -138,75 +139,19 @@ HRESULT STDMETHODCALLTYPE CSptIoCtl::GetDriveIndex(BYTE* pnDriveIndex)
     });
 }
 
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
-                                                   BYTE* pASCQ)
+HRESULT CSptIoCtl::Send(const CCommand& rCommand)
 {
-    CFunctionLog log;
-    return log.Run([&] {
-        return SendScsiCommand(
-            { nCdbSize, pCdb, SCSI_IOCTL_DATA_UNSPECIFIED, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
-    });
+    CFunctionLog log(SendNames[static_cast<BYTE>(rCommand.eDirection)][rCommand.bDirect]);
+    return log.Run([&] { return rCommand.bDirect ? SendScsiCommandDirect(rCommand) : SendScsiCommand(rCommand); });
 }
 
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
-                                                         BYTE* pASCQ)
-{
-    CFunctionLog log;
-    return log.Run([&] {
-        return SendScsiCommandDirect(
-            { nCdbSize, pCdb, SCSI_IOCTL_DATA_UNSPECIFIED, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
-    });
-}
-
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
-                                                   DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
-{
-    CFunctionLog log;
-    return log.Run([&] {
-        return SendScsiCommand(
-            { nCdbSize, pCdb, SCSI_IOCTL_DATA_IN, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
-    });
-}
-
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
-                                                         DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC,
-                                                         BYTE* pASCQ)
-{
-    CFunctionLog log;
-    return log.Run([&] {
-        return SendScsiCommandDirect(
-            { nCdbSize, pCdb, SCSI_IOCTL_DATA_IN, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
-    });
-}
-
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
-                                                    DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
-{
-    CFunctionLog log;
-    return log.Run([&] {
-        return SendScsiCommand(
-            { nCdbSize, pCdb, SCSI_IOCTL_DATA_OUT, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
-    });
-}
-
-HRESULT STDMETHODCALLTYPE CSptIoCtl::SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize,
-                                                          BYTE* pData, DWORD* pdwTransferred, BYTE* pSenseKey,
-                                                          BYTE* pASC, BYTE* pASCQ)
-{
-    CFunctionLog log;
-    return log.Run([&] {
-        return SendScsiCommandDirect(
-            { nCdbSize, pCdb, SCSI_IOCTL_DATA_OUT, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
-    });
-}
-
-void CSptIoCtl::CheckCommand(const CFunctionLog& log, const CCommand& rCommand, bool bDirect) const
+void CSptIoCtl::CheckCommand(const CFunctionLog& log, const CCommand& rCommand) const
 {
     if (!m_hDevice)
         log.Fail(E_UNEXPECTED, L"Any drive hasn't been opend yet.");
     if (rCommand.nCdbSize == 0)
         log.Fail(E_INVALIDARG, L"CdbSize == 0");
-    if (rCommand.nCdbSize > CWireRecord::MaxCdb && bDirect)
+    if (rCommand.nCdbSize > CWireRecord::MaxCdb && rCommand.bDirect)
         log.Fail(E_INVALIDARG, L"CdbSize > sizeof(stdwsd.sptd).");
     if (rCommand.nCdbSize > CWireRecord::MaxCdb)
         log.Fail(E_INVALIDARG, L"CdbSize(%d) > 16", rCommand.nCdbSize);
@@ -228,26 +173,14 @@ HRESULT CSptIoCtl::SendScsiCommand(const CCommand& rCommand)
 {
     CFunctionLog log;
     return log.Run([&] {
-        CheckCommand(log, rCommand, false);
+        CheckCommand(log, rCommand);
         std::vector<BYTE> Block = MakeBlock(log, rCommand.dwDataSize);
         CWireRecord record(Block);
         record.Fill(rCommand, m_nTimeOut, CWireRecord::DataOffset);
-        if (rCommand.nDirection == SCSI_IOCTL_DATA_OUT)
+        if (rCommand.eDirection == Direction::Out)
             std::copy_n(rCommand.pData, rCommand.dwDataSize, record.Data().begin());
-
-        const auto dwBlock = static_cast<DWORD>(Block.size());
-        DWORD dwReturned = 0;
-        const BOOL bSucceeded = ::DeviceIoControl(m_hDevice.Get(), IOCTL_SCSI_PASS_THROUGH, Block.data(), dwBlock,
-                                                  Block.data(), dwBlock, &dwReturned, nullptr);
-        const DWORD dwError = ::GetLastError();
-        TraceRequest(log, { rCommand, m_sDevicePath, m_nTimeOut }, record, bSucceeded != FALSE, dwError, dwReturned);
-        if (!bSucceeded)
-            log.ThrowCode(HResultFromWin32(dwError),
-                          L"::DeviceIoControl( \"%s\", IOCTL_SCSI_PASS_THROUGH, OPCODE:0x%02X, IO:0x%02X, DATA:%d, "
-                          L"TIMEOUT:%d ) failed. [0x%08X]",
-                          m_sDevicePath, rCommand.pCdb[0], rCommand.nDirection, rCommand.dwDataSize, m_nTimeOut);
-        JudgeCommand(log, rCommand, record, false);
-        if (rCommand.nDirection == SCSI_IOCTL_DATA_IN)
+        Request(log, rCommand, record, IOCTL_SCSI_PASS_THROUGH, L"IOCTL_SCSI_PASS_THROUGH");
+        if (rCommand.eDirection == Direction::In)
             CopyDataIn(rCommand, record);
         if (rCommand.pdwTransferred != nullptr)
             *rCommand.pdwTransferred = record.Transferred();
@@ -258,25 +191,33 @@ HRESULT CSptIoCtl::SendScsiCommandDirect(const CCommand& rCommand)
 {
     CFunctionLog log;
     return log.Run([&] {
-        CheckCommand(log, rCommand, true);
+        CheckCommand(log, rCommand);
         alignas(DWORD) std::array<BYTE, CWireRecord::HeaderSize> aBlock{};
         CWireRecord record(aBlock);
         record.Fill(rCommand, m_nTimeOut, static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(rCommand.pData)));
-
-        DWORD dwReturned = 0;
-        const BOOL bSucceeded = ::DeviceIoControl(m_hDevice.Get(), IOCTL_SCSI_PASS_THROUGH_DIRECT, aBlock.data(),
-                                                  aBlock.size(), aBlock.data(), aBlock.size(), &dwReturned, nullptr);
-        const DWORD dwError = ::GetLastError();
-        TraceRequest(log, { rCommand, m_sDevicePath, m_nTimeOut }, record, bSucceeded != FALSE, dwError, dwReturned);
-        if (!bSucceeded)
-            log.ThrowCode(HResultFromWin32(dwError),
-                          L"::DeviceIoControl( \"%s\", IOCTL_SCSI_PASS_THROUGH_DIRECT, OPCODE:0x%02X, IO:0x%02X, "
-                          L"DATA:%d, TIMEOUT:%d ) failed. [0x%08X]",
-                          m_sDevicePath, rCommand.pCdb[0], rCommand.nDirection, rCommand.dwDataSize, m_nTimeOut);
-        JudgeCommand(log, rCommand, record, true);
+        Request(log, rCommand, record, IOCTL_SCSI_PASS_THROUGH_DIRECT, L"IOCTL_SCSI_PASS_THROUGH_DIRECT");
         if (rCommand.pdwTransferred != nullptr)
             *rCommand.pdwTransferred = record.Transferred();
     });
+}
+
+// Sends the record and judges what comes back in it.
+void CSptIoCtl::Request(const CFunctionLog& log, const CCommand& rCommand, CWireRecord& rRecord, DWORD dwCode,
+                        const wchar_t* pCodeName) const
+{
+    const std::span<BYTE> Bytes = rRecord.Bytes();
+    const auto dwSize = static_cast<DWORD>(Bytes.size());
+    DWORD dwReturned = 0;
+    const BOOL bSucceeded = ::DeviceIoControl(m_hDevice.Get(), dwCode, Bytes.data(), dwSize, Bytes.data(), dwSize,
+                                              &dwReturned, nullptr);
+    const DWORD dwError = ::GetLastError();
+    TraceRequest(log, { rCommand, m_sDevicePath, m_nTimeOut }, rRecord, bSucceeded != FALSE, dwError, dwReturned);
+    if (!bSucceeded)
+        log.ThrowCode(
+            HResultFromWin32(dwError),
+            L"::DeviceIoControl( \"%s\", %s, OPCODE:0x%02X, IO:0x%02X, DATA:%d, TIMEOUT:%d ) failed. [0x%08X]",
+            m_sDevicePath, pCodeName, rCommand.pCdb[0], rCommand.eDirection, rCommand.dwDataSize, m_nTimeOut);
+    JudgeCommand(log, rCommand, rRecord);
 }
 
 void CSptIoCtl::CheckProperty(const CFunctionLog& log, DWORD dwId) const

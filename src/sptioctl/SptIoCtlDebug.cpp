@@ -9,6 +9,7 @@
 #include "platform/HResult.h"
 #include "platform/LocalTime.h"
 #include "platform/Path.h"
+#include "sptioctl/SptIoCtl.h"
 
 namespace sptioctl
 {
@@ -16,14 +17,56 @@ namespace
 {
 constexpr int NameTries = 100;
 constexpr DWORD TryPause = 10; // milliseconds
+
+// The digit pair behind the sequence number in a record's name.
+constexpr int CdbRecord = 0;
+constexpr int StatusRecord = 1;
+constexpr int DataInRecord = 2;
+constexpr int DataOutRecord = 3;
+
+struct COperation
+{
+    opLogSys::CFunctionName Function;
+    const wchar_t* pFailure; // what a failed one is called
+    int nRecord;             // of one that succeeded
+};
+
+// By direction and by form.
+constexpr COperation Operations[][2] = {
+    // The first goes by the name of the command without data; scripts know it so.
+    { { "sptioctl::CSptIoCtlDebug::SendOutDataCmd", L"SendNoDataCmd", DataOutRecord },
+      { "sptioctl::CSptIoCtlDebug::SendOutDataCmdDirect", L"SendOutDataCmdDirect", DataOutRecord } },
+    { { "sptioctl::CSptIoCtlDebug::SendInDataCmd", L"SendInDataCmd", DataInRecord },
+      { "sptioctl::CSptIoCtlDebug::SendInDataCmdDirect", L"SendInDataCmdDirect", DataInRecord } },
+    { { "sptioctl::CSptIoCtlDebug::SendNoDataCmd", L"SendNoDataCmd", StatusRecord },
+      { "sptioctl::CSptIoCtlDebug::SendNoDataCmdDirect", L"SendNoDataCmdDirect", StatusRecord } },
+};
+
+// The same operation of another object, with the same arguments.
+HRESULT Pass(ISptIoCtl& rTo, const CCommand& c)
+{
+    const auto& [pKey, pASC, pASCQ] = c.sense;
+    if (c.eDirection == Direction::None)
+    {
+        const auto pSend = c.bDirect ? &ISptIoCtl::SendNoDataCmdDirect : &ISptIoCtl::SendNoDataCmd;
+        return (rTo.*pSend)(c.nCdbSize, c.pCdb, pKey, pASC, pASCQ);
+    }
+    const auto pIn = c.bDirect ? &ISptIoCtl::SendInDataCmdDirect : &ISptIoCtl::SendInDataCmd;
+    const auto pOut = c.bDirect ? &ISptIoCtl::SendOutDataCmdDirect : &ISptIoCtl::SendOutDataCmd;
+    const auto pSend = c.eDirection == Direction::In ? pIn : pOut;
+    return (rTo.*pSend)(c.nCdbSize, c.pCdb, c.dwDataSize, c.pData, c.pdwTransferred, pKey, pASC, pASCQ);
+}
+
 } // namespace
 
 CSptIoCtlDebug::CSptIoCtlDebug()
-    : m_sLogDirPath(WithTrailingBackslash(JoinPath(ModuleDirPath(), L"log.SCSI"))),
-      m_pSptIoCtl(new CSptIoCtl)
 {
-    if (!FileExists(m_sLogDirPath))
-        ::SHCreateDirectoryExW(nullptr, m_sLogDirPath.c_str(), nullptr);
+    // So that it works before anything is wrapped; without it the operations tell what is missing.
+    static_cast<void>(CreateInstance<CSptIoCtl>(m_pSptIoCtl));
+    const std::wstring sPath = JoinPath(ModuleDirPath(), L"log.SCSI");
+    if (!FileExists(sPath))
+        ::SHCreateDirectoryExW(nullptr, sPath.c_str(), nullptr);
+    m_sLogDirPath = WithTrailingBackslash(sPath);
 }
 
 HRESULT CSptIoCtlDebug::SetSptIoCtl(ISptIoCtl* pSptIoCtl)
@@ -32,7 +75,8 @@ HRESULT CSptIoCtlDebug::SetSptIoCtl(ISptIoCtl* pSptIoCtl)
     return log.Run([&] {
         if (pSptIoCtl == nullptr)
             log.Fail(E_POINTER, L"pSptIoCtl == NULL");
-        m_pSptIoCtl = pSptIoCtl;
+        // The new one first: it may live by the one that goes.
+        Microsoft::WRL::ComPtr<ISptIoCtl>(pSptIoCtl).Swap(m_pSptIoCtl);
     });
 }
 
@@ -67,56 +111,16 @@ HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::GetDriveIndex(BYTE* pnDriveIndex)
         [&] { log.Check(Wrapped(log).GetDriveIndex(pnDriveIndex), L"ISptIoCtl::GetDriveIndex() failed. [0x%08X]"); });
 }
 
-HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
-                                                        BYTE* pASCQ)
+HRESULT CSptIoCtlDebug::Send(const CCommand& rCommand)
 {
-    CFunctionLog log;
-    return ForwardNoData(log, &ISptIoCtl::SendNoDataCmd, L"SendNoDataCmd",
-                         { nCdbSize, pCdb, 0, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
-}
-
-HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::SendNoDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey,
-                                                              BYTE* pASC, BYTE* pASCQ)
-{
-    CFunctionLog log;
-    return ForwardNoData(log, &ISptIoCtl::SendNoDataCmdDirect, L"SendNoDataCmdDirect",
-                         { nCdbSize, pCdb, 0, 0, nullptr, nullptr, { pSenseKey, pASC, pASCQ } });
-}
-
-HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::SendInDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
-                                                        DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC, BYTE* pASCQ)
-{
-    CFunctionLog log;
-    return ForwardData(log, &ISptIoCtl::SendInDataCmd, L"SendInDataCmd", Record::DataIn,
-                       { nCdbSize, pCdb, 0, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
-}
-
-HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::SendInDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize,
-                                                              BYTE* pData, DWORD* pdwTransferred, BYTE* pSenseKey,
-                                                              BYTE* pASC, BYTE* pASCQ)
-{
-    CFunctionLog log;
-    return ForwardData(log, &ISptIoCtl::SendInDataCmdDirect, L"SendInDataCmdDirect", Record::DataIn,
-                       { nCdbSize, pCdb, 0, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
-}
-
-HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::SendOutDataCmd(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize, BYTE* pData,
-                                                         DWORD* pdwTransferred, BYTE* pSenseKey, BYTE* pASC,
-                                                         BYTE* pASCQ)
-{
-    CFunctionLog log;
-    // The failure goes by the name of the command without data; scripts know it so.
-    return ForwardData(log, &ISptIoCtl::SendOutDataCmd, L"SendNoDataCmd", Record::DataOut,
-                       { nCdbSize, pCdb, 0, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
-}
-
-HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::SendOutDataCmdDirect(BYTE nCdbSize, const BYTE* pCdb, DWORD dwDataSize,
-                                                               BYTE* pData, DWORD* pdwTransferred, BYTE* pSenseKey,
-                                                               BYTE* pASC, BYTE* pASCQ)
-{
-    CFunctionLog log;
-    return ForwardData(log, &ISptIoCtl::SendOutDataCmdDirect, L"SendOutDataCmdDirect", Record::DataOut,
-                       { nCdbSize, pCdb, 0, dwDataSize, pData, pdwTransferred, { pSenseKey, pASC, pASCQ } });
+    const COperation& rOperation = Operations[static_cast<BYTE>(rCommand.eDirection)][rCommand.bDirect];
+    CFunctionLog log(rOperation.Function);
+    return log.Run([&] {
+        ISptIoCtl& rWrapped = Wrapped(log);
+        RecordCdb(rCommand);
+        log.Check(Pass(rWrapped, rCommand), L"ISptIoCtl::%s() failed. [0x%08X]", rOperation.pFailure);
+        RecordResult(rOperation.nRecord, rCommand);
+    });
 }
 
 HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::GetProperty(DWORD dwId, COpdSafeTypeValue& rValue)
@@ -141,53 +145,25 @@ HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::SetProperty(DWORD dwId, COpdSafeTypeVa
     });
 }
 
-HRESULT CSptIoCtlDebug::ForwardNoData(CFunctionLog& log, SendNoData pSend, const wchar_t* pName,
-                                      const CCommand& rCommand)
-{
-    return log.Run([&] {
-        ISptIoCtl& rWrapped = Wrapped(log);
-        RecordCdb(rCommand);
-        const CSense& rSense = rCommand.sense;
-        const HRESULT hr = (rWrapped.*pSend)(rCommand.nCdbSize, rCommand.pCdb, rSense.pSenseKey, rSense.pASC,
-                                             rSense.pASCQ);
-        log.Check(hr, L"ISptIoCtl::%s() failed. [0x%08X]", pName);
-        RecordResult(Record::Status, rCommand);
-    });
-}
-
-HRESULT CSptIoCtlDebug::ForwardData(CFunctionLog& log, SendData pSend, const wchar_t* pName, Record eRecord,
-                                    const CCommand& rCommand)
-{
-    return log.Run([&] {
-        ISptIoCtl& rWrapped = Wrapped(log);
-        RecordCdb(rCommand);
-        const CSense& rSense = rCommand.sense;
-        const HRESULT hr = (rWrapped.*pSend)(rCommand.nCdbSize, rCommand.pCdb, rCommand.dwDataSize, rCommand.pData,
-                                             rCommand.pdwTransferred, rSense.pSenseKey, rSense.pASC, rSense.pASCQ);
-        log.Check(hr, L"ISptIoCtl::%s() failed. [0x%08X]", pName);
-        RecordResult(eRecord, rCommand);
-    });
-}
-
 void CSptIoCtlDebug::RecordCdb(const CCommand& rCommand)
 {
     if (rCommand.nCdbSize != 0 && rCommand.pCdb != nullptr)
-        WriteRecord(FormatText(L"_%02d_%02X.dat", Record::Cdb, rCommand.pCdb[0]), rCommand.pCdb, rCommand.nCdbSize);
+        WriteRecord(FormatText(L"_%02d_%02X.dat", CdbRecord, rCommand.pCdb[0]), rCommand.pCdb, rCommand.nCdbSize);
 }
 
 // Skipped without a word where an input is missing.
-void CSptIoCtlDebug::RecordResult(Record eRecord, const CCommand& rCommand)
+void CSptIoCtlDebug::RecordResult(int nKind, const CCommand& rCommand)
 {
     const CSense& rSense = rCommand.sense;
     if (rCommand.nCdbSize == 0 || rCommand.pCdb == nullptr || rSense.pSenseKey == nullptr || rSense.pASC == nullptr ||
         rSense.pASCQ == nullptr)
         return;
-    const bool bData = eRecord != Record::Status;
+    const bool bData = nKind != StatusRecord;
     if (bData && (rCommand.pData == nullptr || rCommand.pdwTransferred == nullptr))
         return;
     // What a device says it has transferred may be more than there was room for.
     const DWORD dwSize = bData ? std::min(*rCommand.pdwTransferred, rCommand.dwDataSize) : 0;
-    WriteRecord(FormatText(L"_%02d_%02X_%02X_%02X_%02X.dat", eRecord, rCommand.pCdb[0], *rSense.pSenseKey, *rSense.pASC,
+    WriteRecord(FormatText(L"_%02d_%02X_%02X_%02X_%02X.dat", nKind, rCommand.pCdb[0], *rSense.pSenseKey, *rSense.pASC,
                            *rSense.pASCQ),
                 rCommand.pData, dwSize);
 }

@@ -45,6 +45,13 @@ constexpr CNameRow<BYTE> SenseKeyLines[] = {
 };
 // clang-format on
 
+template <std::size_t N>
+std::wstring LineOf(const CNameRow<BYTE> (&aTable)[N], BYTE nValue, CFormat<BYTE> otherwise)
+{
+    const wchar_t* const pLine = NameOf(aTable, nValue, nullptr);
+    return pLine != nullptr ? pLine : FormatText(otherwise, nValue);
+}
+
 bool IsMediumNotPresent(const CWireRecord& rRecord)
 {
     return rRecord.ASC() == 0x3A && rRecord.ASCQ() == 0x00;
@@ -65,17 +72,15 @@ void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord
     log.Trace(L"  CDB OPCODE:  0x%02X", rCommand.pCdb[0]);
     log.Trace(L"  Data:        %d [byte]", rCommand.dwDataSize);
     log.Trace(L"  Transferred: %d [byte]", rRecord.Transferred());
-    log.Trace(L"  Direction:   0x%02X", rCommand.nDirection);
+    log.Trace(L"  Direction:   0x%02X", rCommand.eDirection);
     log.Trace(L"  Sense Data:  %d [byte]", rRecord.SenseLength());
     log.Trace(L"  Time Out:    %d [sec]", rSent.dwTimeOut);
     log.Trace(L"  Returned:    %d [byte]", dwReturned);
-    const wchar_t* const pStatus = NameOf(StatusLines, rRecord.ScsiStatus(), nullptr);
-    log.Trace(L"%s", pStatus != nullptr ? std::wstring(pStatus)
-                                        : FormatText(L"Status: [%08Xh] Reserved", rRecord.ScsiStatus()));
-    log.Trace(L"%s", NameOf(SenseKeyLines, rRecord.SenseKey(), L"SenseKey: Unknown"));
+    log.Trace(L"%s", LineOf(StatusLines, rRecord.ScsiStatus(), L"Status: [%08Xh] Reserved"));
+    log.Trace(L"%s", LineOf(SenseKeyLines, rRecord.SenseKey(), L"SenseKey: [%08Xh] Unknown"));
 }
 
-void JudgeCommand(const CFunctionLog& log, const CCommand& rCommand, const CWireRecord& rRecord, bool bDirect)
+void JudgeCommand(const CFunctionLog& log, const CCommand& rCommand, const CWireRecord& rRecord)
 {
     const BYTE nStatus = rRecord.ScsiStatus();
     const BYTE nKey = rRecord.SenseKey();
@@ -96,7 +101,7 @@ void JudgeCommand(const CFunctionLog& log, const CCommand& rCommand, const CWire
     }
     // A drive without a medium is no event on the buffered road; on the direct one the test stands the other way round,
     // and logs in the field are read by that.
-    const bool bSilent = nKey == 2 && IsMediumNotPresent(rRecord) != bDirect;
+    const bool bSilent = nKey == 2 && IsMediumNotPresent(rRecord) != rCommand.bDirect;
     if (!bSilent)
         log.Error(Line, rCommand.nCdbSize, rCommand.pCdb[0], nStatus, rRecord.SenseLength(), nKey, rRecord.ASC(),
                   rRecord.ASCQ());

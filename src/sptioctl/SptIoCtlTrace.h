@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "log/FunctionLog.h"
 #include "sptioctl/WireRecord.h"
 
 namespace sptioctl
@@ -22,6 +23,6 @@ void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord
 
 // Hands out the sense triple and judges the command. Throws E_UNEXPECTED for a bad status without a sense key; whatever
 // else there is to say goes to the log, and the command counts as finished.
-void JudgeCommand(const CFunctionLog& log, const CCommand& rCommand, const CWireRecord& rRecord, bool bDirect);
+void JudgeCommand(const CFunctionLog& log, const CCommand& rCommand, const CWireRecord& rRecord);
 
 } // namespace sptioctl

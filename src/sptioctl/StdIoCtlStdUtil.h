@@ -1,7 +1,7 @@
 // Makes pass-through objects.
 #pragma once
 
-#include "sptioctl/SptIoCtl.h"
+#include "sptioctl/SptIoCtlInterface.h"
 
 namespace sptioctl
 {

@@ -6,7 +6,7 @@
 #include <span>
 
 #include "platform/Win32.h"
-#include "sptioctl/SptIoCtl.h"
+#include "sptioctl/SptIoCtlObject.h"
 
 namespace sptioctl
 {
@@ -31,6 +31,7 @@ public:
     BYTE SenseKey() const { return m_Bytes[SenseOffset + 2] & 0x0F; }
     BYTE ASC() const { return m_Bytes[SenseOffset + 12]; }
     BYTE ASCQ() const { return m_Bytes[SenseOffset + 13]; }
+    std::span<BYTE> Bytes() const { return m_Bytes; }
     std::span<BYTE> Data() const { return m_Bytes.subspan(HeaderSize); }
 
 private:

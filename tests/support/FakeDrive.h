@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "support/FakePcIo.h"
 
@@ -19,13 +18,13 @@ struct CFakeDrive
 
     // What came.
     DWORD dwCode = 0;
-    std::vector<BYTE> Record = {};
+    std::string sRecord = {};
     std::size_t nOut = 0;
 
     DWORD operator()(CFakeRequest& rRequest)
     {
         dwCode = rRequest.dwCode;
-        Record = rRequest.In;
+        sRecord.assign(rRequest.In.begin(), rRequest.In.end());
         nOut = rRequest.Out.size();
         if (dwError != ERROR_SUCCESS)
             return dwError;
@@ -44,26 +43,3 @@ struct CFakeDrive
         return ERROR_SUCCESS;
     }
 };
-
-// Two digits a byte, "-" for a pointer.
-inline std::vector<BYTE> FromHex(const std::string& sHex, const void* pPointer = nullptr)
-{
-    std::vector<BYTE> Bytes;
-    for (std::size_t n = 0; n < sHex.size();)
-    {
-        if (sHex[n] == ' ')
-            ++n;
-        else if (sHex[n] == '-')
-        {
-            const auto* const pFirst = reinterpret_cast<const BYTE*>(&pPointer);
-            Bytes.insert(Bytes.end(), pFirst, pFirst + sizeof pPointer);
-            ++n;
-        }
-        else
-        {
-            Bytes.push_back(static_cast<BYTE>(std::stoul(sHex.substr(n, 2), nullptr, 16)));
-            n += 2;
-        }
-    }
-    return Bytes;
-}
