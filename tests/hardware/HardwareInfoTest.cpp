@@ -4,7 +4,6 @@
 #include <random>
 
 #include "app/KelvarinApp.h"
-#include "collect/CollectorUtilFakes.h"
 #include "collect/NetworkReportText.h"
 #include "hardware/OpdHardwareList.h"
 #include "hardware/OpdHardwareTree.h"
@@ -12,6 +11,7 @@
 #include "support/FakeDrive.h"
 #include "support/FakePcUsb.h"
 #include "support/FuzzRounds.h"
+#include "support/Golden.h"
 #include "support/LogWatch.h"
 
 namespace
@@ -31,9 +31,7 @@ struct CPc
     CFakePcDevices devices;
     CFakePcIo io;
     CFakePcUsb usb{ TEST_DATA L"\\hardware\\UsbPc.txt", devices, io };
-    CFakeDrive stick{ .dwTransferred = 56,
-                      .sData = "\0\x80\0\0\x33\0\0\0SanDisk Cruzer Blade    1.00AB\0C\xFF"s + std::string(14, '\0') +
-                               " " };
+    CFakeDrive& stick = usb.Disks[L'E'].Drive;
     std::vector<std::string> Progress; // of the dialog
 
     CPc()
@@ -41,6 +39,8 @@ struct CPc
         s_pPc = this;
         CKelvarinApp::GetApp().m_ProgressDlg.ResetClients();
         Progress.clear();
+        stick = { .dwTransferred = 56,
+                  .sData = "\0\x80\0\0\x33\0\0\0SanDisk Cruzer Blade    1.00AB\0C\xFF"s + std::string(14, '\0') + " " };
         CFakeUsbPort& rDisk = usb.Hubs[0].Ports[5];
         usb.Hubs[0].Ports[0].sConfiguration[15] = 5; // the older subclass that is asked too
         rDisk.sDevice[4] = 4;
@@ -71,15 +71,9 @@ struct CPc
     DWORD Dword(const std::wstring& sCell) { return static_cast<DWORD>(Number(sCell)); }
     DWORD Answer(const std::wstring& sDrive, CFakeRequest& rRequest)
     {
-        const DWORD aNumber[] = { 7, Dword(sDrive + L" disk"), 0 };
+        if (rRequest.dwCode != 0x2D1400)
+            return usb.AnswerDrive(sDrive[0], rRequest);
         DWORD aHead[8] = { 40, 100, Dword(sDrive + L" removable") << 16, 0, 0, 0, 0, Dword(sDrive + L" bus") };
-        if (rRequest.dwCode == 0x4D004)
-            return stick(rRequest);
-        if (rRequest.dwCode != 0x2D1400) // the number of the disk
-        {
-            std::memcpy(rRequest.Out.data(), aNumber, rRequest.dwReturned = sizeof aNumber);
-            return aNumber[1] != 0 ? ERROR_SUCCESS : ERROR_NOT_READY;
-        }
         const wchar_t* const aTexts[] = { L" vendor", L" product", L" revision", L" serial" };
         for (DWORD n = 3; n < 7; ++n)
             std::strcpy(reinterpret_cast<char*>(rRequest.Out.data()) + (aHead[n] = n * 40),

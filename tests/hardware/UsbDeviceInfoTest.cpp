@@ -62,6 +62,8 @@ TEST(UsbDeviceInfo, FindsTheDeviceOfADrive)
     CUsbDrives pc;
     EXPECT_EQ(CAsked(L'E').Told(), "0781 5567|SanDisk|Cruzer Blade|4C530001|0.0:08/50 ");
     EXPECT_EQ(CAsked(L'F').Told(), "174C 55AA|asmedia|ASMT1051|MSFT30NA7C|0.0:08/50 0.1:08/62 ");
+    // A slot of a card reader behind two hubs: it is the device on the nearest one.
+    EXPECT_EQ(CAsked(L'L').Told(), "058F 6362|Generic|Mass Storage Device|058F63626476|0.0:08/50 ");
     // The first language wins; an index without a text is empty.
     CFakeUsbPort& rPort = pc.usb.Hubs[0].Ports[0];
     rPort.Languages = { 0x407, 0x409 };

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "platform/Format.h"
 #include "platform/WideText.h"
 
 namespace
@@ -15,18 +16,18 @@ namespace
 constexpr GUID HostController{ 0x3abf6f2d, 0x71c4, 0x462a, { 0x8a, 0x92, 0x1e, 0x68, 0x61, 0xe6, 0xaf, 0x27 } };
 constexpr GUID Disk{ 0x53f56307, 0xb6bf, 0x11d0, { 0x94, 0xf2, 0x00, 0xa0, 0xc9, 0x1e, 0xfb, 0x8b } };
 
-template <typename Number>
-Number NumberOf(const std::string& sText, int nBase = 10)
+std::string RestOf(std::istream& rLine)
 {
-    return static_cast<Number>(std::stoul(sText, nullptr, nBase));
+    std::string sRest;
+    std::getline(rLine >> std::ws, sRest);
+    return sRest;
 }
 
-std::string HexBytes(const std::string& sText)
+std::string HexBytes(std::istream& rLine)
 {
-    std::istringstream Text(sText);
-    std::string sBytes, sByte;
-    while (Text >> sByte)
-        sBytes += NumberOf<char>(sByte, 16);
+    std::string sBytes;
+    for (unsigned nByte; rLine >> std::hex >> nByte;)
+        sBytes += static_cast<char>(nByte);
     return sBytes;
 }
 
@@ -43,7 +44,7 @@ std::string FieldOf(const CFakeFields& rFields, const char* pName)
 }
 DWORD NumberOf(const CFakeFields& rFields, const char* pName, int nBase = 10)
 {
-    return rFields.contains(pName) ? NumberOf<DWORD>(rFields.at(pName), nBase) : 0;
+    return rFields.contains(pName) ? std::stoul(rFields.at(pName), nullptr, nBase) : 0;
 }
 
 std::string WideBytes(const std::wstring& sText)
@@ -82,16 +83,11 @@ CFakeNode Node(const CFakeFields& rFields)
 CFakePcUsb::CFakePcUsb(const std::wstring& sPath, CFakePcDevices& rDevices, CFakePcIo& rIo)
 {
     std::ifstream File(std::filesystem::path{ sPath });
-    std::string sLine;
-    while (std::getline(File, sLine))
+    for (std::string sLine, sKey; std::getline(File, sLine);)
     {
         std::istringstream Line(sLine);
-        std::vector<std::string> Words;
-        for (std::string sWord; Line >> sWord;)
-            Words.push_back(sWord);
-        if (!Words.empty() && Words[0] != "#")
-            Put(Words,
-                Words.size() > 1 ? sLine.substr(sLine.find(Words[1], sLine.find(Words[0]) + Words[0].size())) : "");
+        if (Line >> sKey && sKey != "#")
+            Put(sKey, Line);
     }
     if (Hubs.empty())
         throw std::runtime_error("no USB devices are described");
@@ -112,30 +108,41 @@ CFakePcUsb::CFakePcUsb(const std::wstring& sPath, CFakePcDevices& rDevices, CFak
 }
 
 // One line of the description: it belongs to the last port, else the last hub, else the controller.
-void CFakePcUsb::Put(const std::vector<std::string>& Words, const std::string& sRest)
+void CFakePcUsb::Put(const std::string& sKey, std::istream& rLine)
 {
-    const std::string sKey = Words[0];
     CFakeUsbPort* const pPort = !Hubs.empty() && !Hubs.back().Ports.empty() ? &Hubs.back().Ports.back() : nullptr;
+    std::string sLetter;
+    unsigned nNumber = 0, nOther = 0, nASC = 0, nSize = 0;
     if (sKey == "hub")
-        Hubs.emplace_back().sName = sRest;
+        Hubs.emplace_back().sName = RestOf(rLine);
     else if (sKey == "port")
         Hubs.back().Ports.emplace_back();
     else if (sKey == "status")
-        pPort->dwStatus = NumberOf<DWORD>(sRest);
+        rLine >> pPort->dwStatus;
     else if (sKey == "device")
-        pPort->sDevice = HexBytes(sRest);
+        pPort->sDevice = HexBytes(rLine);
     else if (sKey == "config")
-        pPort->sConfiguration += HexBytes(sRest);
+        pPort->sConfiguration += HexBytes(rLine);
     else if (sKey == "pipe")
-        pPort->sPipes += HexBytes(sRest), ++pPort->dwOpenPipes;
+        pPort->sPipes += HexBytes(rLine), ++pPort->dwOpenPipes;
     else if (sKey == "languages")
-        std::ranges::transform(Words.begin() + 1, Words.end(), std::back_inserter(pPort->Languages),
-                               [](auto& s) { return NumberOf<WORD>(s, 16); });
-    else if (sKey == "string")
-        pPort->Strings[{ NumberOf<BYTE>(Words[1]), NumberOf<WORD>(Words[2], 16) }] = ToWide(
-            sRest.substr(sRest.find(Words[2]) + Words[2].size() + 1));
+        while (rLine >> std::hex >> nNumber)
+            pPort->Languages.push_back(static_cast<WORD>(nNumber));
+    else if (sKey == "string" && rLine >> nNumber >> std::hex >> nOther)
+        pPort->Strings[{ static_cast<BYTE>(nNumber), static_cast<WORD>(nOther) }] = ToWide(RestOf(rLine));
+    else if (sKey == "disk" && rLine >> nNumber >> sLetter)
+    {
+        pPort->sDrives += ToWide(sLetter);
+        Disks[pPort->sDrives.back()] = { nNumber, ToWide(RestOf(rLine)) };
+    }
+    else if (sKey == "inquiry" && rLine >> std::hex >> nNumber >> nOther >> nASC >> std::dec >> nSize)
+        Disks[pPort->sDrives.back()].Drive = { .nStatus = static_cast<BYTE>(nNumber),
+                                               .nSenseKey = static_cast<BYTE>(nOther),
+                                               .nASC = static_cast<BYTE>(nASC),
+                                               .dwTransferred = nSize,
+                                               .sData = std::string(8, '\0') + RestOf(rLine) };
     else
-        (pPort != nullptr ? pPort->Fields : Hubs.empty() ? m_Controller : Hubs.back().Fields)[sKey] = sRest;
+        (pPort != nullptr ? pPort->Fields : Hubs.empty() ? m_Controller : Hubs.back().Fields)[sKey] = RestOf(rLine);
 }
 
 CFakeAnswer CFakePcUsb::Tampered(std::function<DWORD(CFakeRequest&)> answer)
@@ -160,19 +167,28 @@ void CFakePcUsb::AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nH
         const auto itHub = std::ranges::find(Hubs, rPort.Fields["external"], &CFakeUsbHub::sName);
         if (itHub != Hubs.end())
             AddHub(rDevices, rIo, static_cast<std::size_t>(itHub - Hubs.begin()), hDevice);
-        std::istringstream Words(rPort.Fields["disk"]); // number, letter, instance id
-        std::string sNumber, sLetter, sId;
-        if (!(Words >> sNumber >> sLetter >> sId))
-            continue;
-        const CFakeAnswer number = Tampered([dwNumber = NumberOf<DWORD>(sNumber)](CFakeRequest& rRequest) {
-            return rRequest.dwCode == 0x2D1080 ? Answer(rRequest, Le(4, 7) + Le(4, dwNumber) + Le(4, 0))
-                                               : ERROR_INVALID_FUNCTION;
-        });
-        const std::wstring sPath = L"\\\\?\\disk" + ToWide(sNumber);
-        rDevices.Add(hDevice, { .sId = ToWide(sId), .Interfaces = { { Disk, sPath } } });
-        rIo.Add(sPath, number);
-        rIo.Add(L"\\\\.\\" + ToWide(sLetter) + L":", number);
+        for (const wchar_t cLetter : rPort.sDrives)
+        {
+            const CFakeAnswer answer = Tampered(
+                [this, cLetter](CFakeRequest& rRequest) { return AnswerDrive(cLetter, rRequest); });
+            const CFakeUsbDisk& rDisk = Disks[cLetter];
+            const std::wstring sPath = FormatText(L"\\\\?\\disk%u", rDisk.dwNumber);
+            rDevices.Add(hDevice, { .sId = rDisk.sId, .Interfaces = { { Disk, sPath } } });
+            rIo.Add(sPath, answer);
+            rIo.Add(FormatText(L"\\\\.\\%c:", cLetter), answer);
+        }
     }
+}
+
+DWORD CFakePcUsb::AnswerDrive(wchar_t cLetter, CFakeRequest& rRequest)
+{
+    const auto it = Disks.find(cLetter);
+    if (it == Disks.end())
+        return ERROR_NOT_READY;
+    if (rRequest.dwCode == 0x2D1080)
+        return Answer(rRequest, Le(4, 7) + Le(4, it->second.dwNumber) + Le(4, 0));
+    const bool bScsi = rRequest.dwCode == 0x4D004 || rRequest.dwCode == 0x4D014;
+    return bScsi ? it->second.Drive(rRequest) : ERROR_INVALID_FUNCTION;
 }
 
 DWORD CFakePcUsb::AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) const

@@ -7,10 +7,18 @@
 #include <string>
 #include <vector>
 
+#include "support/FakeDrive.h"
 #include "support/FakePcDevices.h"
-#include "support/FakePcIo.h"
 
 using CFakeFields = std::map<std::string, std::string>;
+
+// A logical unit of a storage device.
+struct CFakeUsbDisk
+{
+    DWORD dwNumber;
+    std::wstring sId;
+    CFakeDrive Drive = {};
+};
 
 // A port with what is plugged into it; status 0: nothing.
 struct CFakeUsbPort
@@ -19,6 +27,7 @@ struct CFakeUsbPort
     DWORD dwStatus = 0;
     DWORD dwOpenPipes = 0;
     std::string sDevice, sConfiguration, sPipes;
+    std::wstring sDrives; // their letters
     std::vector<WORD> Languages;
     std::map<std::pair<BYTE, WORD>, std::wstring> Strings;
 };
@@ -38,13 +47,17 @@ public:
     CFakePcUsb(const CFakePcUsb&) = delete;
     CFakePcUsb& operator=(const CFakePcUsb&) = delete;
 
+    // A drive's disk number, and its answers to SCSI commands; "not ready" for letters that nothing here has.
+    DWORD AnswerDrive(wchar_t cLetter, CFakeRequest& rRequest);
+
     std::vector<CFakeUsbHub> Hubs; // the root hub first
-    bool bOldSystem = false;       // without the newer request for a port
+    std::map<wchar_t, CFakeUsbDisk> Disks;
+    bool bOldSystem = false; // without the newer request for a port
     // May change the answer to a request: its bytes, its size and its error.
     std::function<void(CFakeRequest&, DWORD& rdwError)> Tamper;
 
 private:
-    void Put(const std::vector<std::string>& Words, const std::string& sRest);
+    void Put(const std::string& sKey, std::istream& rLine);
     void AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nHub, DEVINST hHub);
     CFakeAnswer Tampered(std::function<DWORD(CFakeRequest&)> answer);
     DWORD AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) const;
