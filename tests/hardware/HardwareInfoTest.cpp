@@ -1,10 +1,8 @@
 #include "hardware/HardwareInfoCollector.h"
 
 #include <cstring>
-#include <random>
 
 #include "app/KelvarinApp.h"
-#include "collect/NetworkReportText.h"
 #include "hardware/OpdHardwareList.h"
 #include "hardware/OpdHardwareTree.h"
 #include "hardware/SamplePc.h"
@@ -13,6 +11,8 @@
 #include "support/FuzzRounds.h"
 #include "support/Golden.h"
 #include "support/LogWatch.h"
+#include "support/ReportText.h"
+#include "support/VersionBlock.h"
 
 namespace
 {
@@ -221,7 +221,7 @@ TEST(HardwareInfoCollector, WritesTheReport)
     EXPECT_THAT(Indexes, ElementsAre(3, 4));
     collector.Close();
     EXPECT_TRUE(ReadBytes(folder / L"drives.txt").ends_with("\r\n  iInterface        : 0x00\r\n\r\n"));
-    ExpectGolden(Told(pc, watch), L"..\\hardware\\HardwareInfo.log", L"");
+    ExpectGolden(L"hardware\\HardwareInfo.log", Joined(Told(pc, watch)), L"");
 }
 
 // The second key stands in only where the first one lacks something. Each stage's failure leaves its head and the other
@@ -249,7 +249,7 @@ TEST(HardwareInfoCollector, GoesOnWhenAStageFails)
         pc.Progress.clear();
         std::ranges::copy(Told(pc, watch), std::back_inserter(Log));
     }
-    ExpectGolden(Log, L"..\\hardware\\HardwareInfoHeads.log", L"");
+    ExpectGolden(L"hardware\\HardwareInfoHeads.log", Joined(Log), L"");
 }
 
 // A report that cannot be made ends the collection before anything is asked.
@@ -272,23 +272,16 @@ TEST(HardwareInfoCollector, RefusesAPlaceWhereItCannotWrite)
 TEST(HardwareInfoCollector, StandsMutatedAnswers)
 {
     const CTestFolder folder;
-    std::mt19937 random(8);
     CPc pc;
     AddSamplePc(pc.devices, 1);
     const std::vector<CFakeNode> Nodes = pc.devices.Nodes();
     pc.Cells[L"pc drives"] = L"CEF";
-    pc.usb.Tamper = [&](CFakeRequest& rRequest, DWORD& rdwError) {
-        if (random() % 20 == 0)
-            rdwError = random() % 2 == 0 ? ERROR_GEN_FAILURE : ERROR_INSUFFICIENT_BUFFER;
-        if (random() % 20 == 0)
-            rRequest.dwReturned = random();
-        if (random() % 3 == 0 && !rRequest.Out.empty())
-            rRequest.Out[random() % std::min<std::size_t>(rRequest.Out.size(), 200)] = static_cast<BYTE>(random());
-        if (rRequest.dwCode == 0x220408 && rRequest.Out.size() == 76)
-            rRequest.Out[6] %= 8;
-    };
-    for (int nRound = FuzzRounds(100); nRound > 0; --nRound)
+    CFuzz fuzz(8, pc.io);
+    pc.usb.Tamper = [&](CFakeRequest& rRequest, DWORD& rdwError) { fuzz.Tamper(rRequest, rdwError); };
+    for (unsigned nRound = FuzzRounds(300); nRound > 0; --nRound)
     {
+        fuzz.NextRound();
+        std::mt19937& random = fuzz.Random;
         for (DEVINST hNode = 1; CFakeNode* const pNode = pc.devices.Find(hNode); ++hNode)
         {
             *pNode = Nodes[hNode - 1];

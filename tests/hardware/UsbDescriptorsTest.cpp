@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
 
-#include <random>
-
 #include "hardware/UsbDescriptors.h"
-#include "support/FuzzRounds.h"
 
 namespace
 {
@@ -50,39 +47,6 @@ TEST(UsbDescriptors, GiveTextsLanguagesAndHidEntries)
     EXPECT_EQ(UsbHidEntries(CBytes{ 5, 33, 0, 0, 0 }).size(), 0u);
     EXPECT_EQ(UsbWord(CBytes{ 1, 2, 3 }, 2), 0);
     EXPECT_EQ(UsbWord(CBytes{}, 0xFFFFFFFF), 0);
-}
-
-// Every parser on garbage of all lengths, in a block that ends where a foreign page begins.
-TEST(UsbDescriptors, StandGarbage)
-{
-    SYSTEM_INFO System;
-    ::GetSystemInfo(&System);
-    const DWORD dwPage = System.dwPageSize;
-    auto* const pPages = static_cast<BYTE*>(::VirtualAlloc(nullptr, 2 * dwPage, MEM_RESERVE, PAGE_NOACCESS));
-    ASSERT_NE(::VirtualAlloc(pPages, dwPage, MEM_COMMIT, PAGE_READWRITE), nullptr);
-    std::mt19937 random(6);
-    std::size_t nRecords = 0;
-    const int nRounds = FuzzRounds(20000);
-    for (int nRound = 0; nRound < nRounds; ++nRound)
-    {
-        const std::size_t nSize = random() % 300;
-        const std::span<BYTE> Bytes(pPages + dwPage - nSize, nSize);
-        const BYTE nLargest = nRound % 3 == 0 ? 255 : 12;
-        std::ranges::generate(Bytes, [&] { return static_cast<BYTE>(random() % (nLargest + 1u)); });
-        std::size_t nWalked = 0;
-        WalkUsbDescriptors(Bytes, [&](CUsbBytes Record) {
-            nWalked += Record.size();
-            nRecords += UsbHidEntries(Record).size() <= (Record.size() + 2) / 3;
-            EXPECT_EQ(Record.data() + Record.size(), Bytes.data() + nWalked);
-            return true;
-        });
-        EXPECT_LE(nWalked, nSize);
-        EXPECT_LE(UsbStringText(Bytes).size(), nSize / 2);
-        EXPECT_EQ(UsbLanguages(Bytes).size(), nSize < 2 ? 0 : nSize / 2 - 1);
-        EXPECT_EQ(UsbWord(Bytes, nSize - std::min<std::size_t>(nSize, 1)), 0); // half of it outside
-    }
-    EXPECT_GT(nRecords, static_cast<std::size_t>(nRounds)); // the garbage is not so bad that nothing gets through
-    ::VirtualFree(pPages, 0, MEM_RELEASE);
 }
 
 } // namespace

@@ -1,0 +1,152 @@
+// Devices that answer what they like: no access beyond a block, no endless loop, nothing left open. 100,000 rounds are
+// parsers and single requests, the rest are whole walks.
+#include <gtest/gtest.h>
+
+#include <wrl/client.h>
+
+#include <cstring>
+#include <functional>
+
+#include "hardware/OpdStorageDevice.h"
+#include "hardware/OpdUsbDeviceInfo.h"
+#include "hardware/OpdUsbDeviceTree.h"
+#include "sptioctl/StdIoCtlStdUtil.h"
+#include "support/FakePcUsb.h"
+#include "support/FuzzRounds.h"
+
+using sptioctl::ISptIoCtl;
+
+namespace
+{
+
+constexpr auto OpenDevice = COpdUsbDeviceInfo::StandardOpenDeviceFunction;
+
+struct UsbFuzz : ::testing::Test
+{
+    CFakePcDevices devices;
+    CFakePcIo io;
+    CFakePcUsb usb{ TEST_DATA L"\\hardware\\UsbPc.txt", devices, io };
+    CFuzz fuzz{ 6, io };
+
+    UsbFuzz()
+    {
+        usb.Tamper = [this](CFakeRequest& rRequest, DWORD& rdwError) { fuzz.Tamper(rRequest, rdwError); };
+    }
+    ~UsbFuzz() override { EXPECT_EQ(io.OpenHandles(), 0u); }
+};
+
+TEST_F(UsbFuzz, ParsersStandGarbage)
+{
+    const std::vector<BYTE> Odd(13);
+    ASSERT_TRUE(::IsBadReadPtr(Odd.data() + Odd.size(), 1)) << "no guard page";
+    std::size_t nRecords = 0;
+    const unsigned nRounds = FuzzRounds(40000);
+    for (unsigned nRound = 0; nRound < nRounds; ++nRound)
+    {
+        fuzz.NextRound();
+        const std::size_t nSize = fuzz.Random() % 300;
+        const std::string sGarbage = fuzz.Garbage(nSize);
+        const std::vector<BYTE> Bytes(sGarbage.begin(), sGarbage.end());
+        std::size_t nWalked = 0;
+        WalkUsbDescriptors(Bytes, [&](CUsbBytes Record) {
+            nWalked += Record.size();
+            nRecords += UsbHidEntries(Record).size() <= (Record.size() + 2) / 3;
+            EXPECT_EQ(Record.data() + Record.size(), Bytes.data() + nWalked);
+            return true;
+        });
+        EXPECT_LE(nWalked, nSize);
+        EXPECT_LE(UsbStringText(Bytes).size(), nSize / 2);
+        EXPECT_EQ(UsbLanguages(Bytes).size(), nSize < 2 ? 0 : nSize / 2 - 1);
+        EXPECT_EQ(UsbWord(Bytes, nSize - std::min<std::size_t>(nSize, 1)), 0); // half of it outside
+    }
+    EXPECT_GT(nRecords, nRounds); // the garbage is not so bad that nothing gets through
+}
+
+// A SCSI command with data, in both forms and both directions.
+void SendAnything(ISptIoCtl& rIo, std::mt19937& rRandom)
+{
+    std::vector<BYTE> Cdb(1 + rRandom() % 16), Data(rRandom() % 700, 'x');
+    const std::size_t nKind = rRandom() % 4;
+    const auto pSend = std::array{ &ISptIoCtl::SendInDataCmd, &ISptIoCtl::SendInDataCmdDirect,
+                                   &ISptIoCtl::SendOutDataCmd, &ISptIoCtl::SendOutDataCmdDirect }[nKind];
+    BYTE nKey = 0, nASC = 0, nASCQ = 0;
+    DWORD dwTransferred = 0;
+    const HRESULT hr = (rIo.*pSend)(static_cast<BYTE>(Cdb.size()), Cdb.data(), Data.size(), Data.data(), &dwTransferred,
+                                    &nKey, &nASC, &nASCQ);
+    EXPECT_TRUE(hr == S_OK || dwTransferred == 0);
+    EXPECT_LE(nKey, 0x0F);
+    const std::size_t nRead = std::min<std::size_t>(dwTransferred, Data.size());
+    const bool bCleared = std::ranges::all_of(std::span(Data).subspan(nRead), [](BYTE n) { return n == 0; });
+    EXPECT_TRUE(bCleared || hr != S_OK || nKind != 0);
+}
+
+// A round is one question to a device, and all that is made of the answer.
+TEST_F(UsbFuzz, RequestsStandHostileAnswers)
+{
+    CFileHandle hController, hHub, hDisk;
+    ASSERT_EQ(OpenDevice(devices.Find(2)->Interfaces[0].sPath, hController.Put()), S_OK);
+    ASSERT_EQ(OpenDevice(L"\\\\.\\USB#ROOT_HUB30#4&1A2B3C4D&0&0#{f18a0e88-c30c-11d0-8815-00a0c906bed8}", hHub.Put()),
+              S_OK);
+    ASSERT_EQ(OpenDevice(L"\\\\.\\E:", hDisk.Put()), S_OK);
+    const Microsoft::WRL::ComPtr<ISptIoCtl> pIo = sptioctl::CSptIoCtlStdUtil::CreateSptIoCtl();
+    ASSERT_EQ(pIo->Open(4), S_OK);
+    COpdLogFile nowhere;
+    ASSERT_EQ(nowhere.Open(L"NUL"), S_OK);
+    CUsbTreeWriter writer(nowhere, false, 1);
+
+    USB_DEVICE_DESCRIPTOR Device;
+    std::memset(&Device, 1, sizeof Device);
+    const CFunctionLog log;
+    DWORD dwPort = 0, dwNumber = 0;
+    std::wstring sName;
+    USB_NODE_INFORMATION Info;
+    const std::function<void()> aRequests[] = {
+        [&] { COpdUsbApi::GetHcdDriverKeyName(hController.Get(), sName); },
+        [&] { COpdUsbApi::GetRootHubName(hController.Get(), sName); },
+        [&] { COpdUsbApi::GetDriverKeyName(hHub.Get(), dwPort, sName); },
+        [&] { COpdUsbApi::GetExternalHubName(hHub.Get(), dwPort, sName); },
+        [&] { COpdUsbApi::GetUsbNodeInformation(hHub.Get(), Info); },
+        [&] { COpdUsbApi::GetStorageDeviceNumber(hDisk.Get(), dwNumber); },
+        [&] {
+            std::unique_ptr<CUsbConnection> pConnection;
+            if (COpdUsbApi::GetUsbNodeConnectionInformation(hHub.Get(), dwPort, pConnection) == S_OK)
+                writer.WritePort({ dwPort, L"", L"", *pConnection, {} });
+        },
+        [&] {
+            std::vector<BYTE> Configuration;
+            COpdUsbApi::CStringList strings;
+            COpdUsbApi::GetConfigDescriptor(hHub.Get(), dwPort, 0, Configuration);
+            COpdUsbApi::GetAllStringDescriptors(hHub.Get(), dwPort, Device, Configuration, strings);
+            writer.WriteConfiguration(log, Configuration, strings);
+        },
+        [&] {
+            CStorageDriveInfo info;
+            COpdStorageDevice(OpenDevice).GetDriveInfo(L"\\\\.\\E:", info);
+        },
+        [&] { SendAnything(*pIo.Get(), fuzz.Random); },
+        [&] { SendAnything(*pIo.Get(), fuzz.Random); },
+    };
+    constexpr std::size_t nKinds = std::size(aRequests);
+    for (unsigned nRound = 0, nRounds = FuzzRounds(60000); nRound < nRounds; ++nRound)
+    {
+        fuzz.NextRound();
+        dwPort = 1 + nRound / nKinds % 6;
+        aRequests[nRound % nKinds]();
+    }
+}
+
+// A round is the whole tree, and the way from a drive.
+TEST_F(UsbFuzz, WalksStandHostileAnswers)
+{
+    for (unsigned nRound = FuzzRounds(2000); nRound > 0; --nRound)
+    {
+        fuzz.NextRound();
+        COpdUsbDeviceTree(OpenDevice).DumpUsbDeviceTree(L"NUL", nRound % 4 == 0);
+        USB_DEVICE_DESCRIPTOR Device;
+        std::vector<USB_INTERFACE_DESCRIPTOR> Interfaces;
+        COpdUsbDeviceInfo(OpenDevice).GetUsbDescriptors('F' - 'A', Device, &Interfaces, nullptr, nullptr, nullptr);
+        ASSERT_EQ(io.OpenHandles(), 0u);
+    }
+}
+
+} // namespace
