@@ -5,11 +5,14 @@
 #include <algorithm>
 
 #include "app/Resource.h"
+#include "platform/SystemLibrary.h"
 
 const UINT CProgressDlg::m_umsg_UpdateProgress = ::RegisterWindowMessageW(L"CProgressDlg::m_umsg_UpdateProgress");
 
 HWND CProgressDlg::Create(HWND hParent)
 {
+    // The controls load it when they first draw, and older systems would then look beside the program first.
+    [[maybe_unused]] static const HMODULE s_hImages = LoadSystemLibrary(L"msimg32.dll").Detach();
     const INITCOMMONCONTROLSEX Controls{ sizeof Controls, ICC_PROGRESS_CLASS | ICC_STANDARD_CLASSES };
     ::InitCommonControlsEx(&Controls);
     return ::CreateDialogParamW(::GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_PROGRESS), hParent, GetDialogProc(),

@@ -102,9 +102,10 @@ HRESULT CLogCollector::CopyFiles(const std::wstring& sTargetDirPath, const std::
             {
                 const std::wstring sSource = EntryPath(sSourceDirPath, sName);
                 const std::wstring sTarget = EntryPath(sTargetDirPath, sPrefix + sName);
-                // All bits are set for a file that has vanished since.
+                // A file that has vanished since fails to be copied, and so has its record.
                 const DWORD dwAttributes = ::GetFileAttributesW(sSource.c_str());
-                if ((dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ||
+                const bool bFound = dwAttributes != INVALID_FILE_ATTRIBUTES;
+                if ((bFound && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) ||
                     ::CopyFileW(sSource.c_str(), sTarget.c_str(), FALSE))
                     continue;
                 const HRESULT hr = LastErrorResult();

@@ -183,7 +183,7 @@ std::vector<std::string> ReadLines(const std::wstring& sPath)
 std::vector<CLogLine> ReadLog(const std::wstring& sPath)
 {
     static const std::regex Prefix(
-        R"(\[\d{4}/\d\d/\d\d \d\d:\d\d:\d\d\]\[([0-9A-F]+)\] (?:\d{5}:(?=\[[A-Za-z]\w+::[\w:~]+\] )|(?=-{79}$|[A-Z]:\\)))");
+        R"(\[\d{4}/\d\d/\d\d \d\d:\d\d:\d\d\]\[([0-9A-F]+)\] (?:\d{5}:(?=\[[A-Za-z][\w:~]+\] )|(?=-{79}$|[A-Z]:\\)))");
     std::vector<CLogLine> Lines;
     for (const std::string& rLine : ReadLines(sPath))
     {
