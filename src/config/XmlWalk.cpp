@@ -46,9 +46,9 @@ CAttributeTable::CAttributeTable(std::initializer_list<CEntry> Entries)
 
 void CAttributeTable::Read(const CFunctionLog& log, const CXmlElement& rElement, bool bBareMessage) const
 {
+    CVariant value;
     for (const CRow& rRow : m_Rows)
     {
-        CVariant value;
         rRow.psText->clear();
         if (rElement.Get()->getAttribute(rRow.name.Get(), value.Put()) != S_OK)
             continue;

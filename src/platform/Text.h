@@ -6,10 +6,11 @@
 #include <string>
 #include <string_view>
 
-// Comparisons without regard to case, as the runtime's _wcsicmp folds it.
+// Comparisons without regard to case, as the runtime's _wcsicmp folds it: character by character, so texts of two
+// lengths are never equal, and most differ in that.
 inline bool EqualsNoCase(const std::wstring& sLeft, const wchar_t* pRight)
 {
-    return ::_wcsicmp(sLeft.c_str(), pRight) == 0;
+    return std::wcslen(sLeft.c_str()) == std::wcslen(pRight) && ::_wcsicmp(sLeft.c_str(), pRight) == 0;
 }
 inline bool EqualsNoCase(const std::wstring& sLeft, const std::wstring& sRight)
 {
