@@ -4,7 +4,6 @@
 #include <cstring>
 #include <functional>
 
-#include "collect/CollectorUtilFakes.h"
 #include "hardware/OpdCmApi.h"
 #include "hardware/OpdHardwareList.h"
 #include "hardware/OpdHardwareTree.h"
@@ -13,6 +12,7 @@
 #include "hardware/SamplePc.h"
 #include "platform/Format.h"
 #include "support/FakePcIo.h"
+#include "support/Golden.h"
 #include "support/LogWatch.h"
 
 namespace
@@ -103,7 +103,7 @@ TEST(DeviceApi, AnswersAndTellsWhatItCouldNotAnswer)
         if (hr != S_FALSE)
             Put(Log, FormatText(L"%08X %s", hr, s), watch);
     }
-    ExpectGolden(Log, L"..\\hardware\\DeviceApi.log", L"");
+    ExpectGolden(L"hardware\\DeviceApi.log", Joined(Log), L"");
     // A failed set costs the devices, not the head.
     EXPECT_TRUE(ReadBytes(folder / L"all").ends_with("] ALL CLASSES\r\n\r\n"));
     EXPECT_EQ(pc.OpenSets(), 0u);
@@ -164,7 +164,7 @@ TEST(StorageDevice, ReadsADescriptorThatItDoesNotTrust)
         EXPECT_EQ(io.Openings.at(0).dwAccess, 0u);
         EXPECT_EQ(io.Openings.at(0).dwShare, DWORD{ FILE_SHARE_READ | FILE_SHARE_WRITE });
     }
-    ExpectGolden(Log, L"..\\hardware\\StorageDevice.log", L"");
+    ExpectGolden(L"hardware\\StorageDevice.log", Joined(Log), L"");
 }
 
 } // namespace

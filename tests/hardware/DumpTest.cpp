@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "collect/CollectorUtilFakes.h"
 #include "hardware/OpdCmApi.h"
 #include "hardware/OpdHardwareList.h"
 #include "hardware/OpdHardwareTree.h"
 #include "hardware/SamplePc.h"
 #include "opdutility/OpdFileHelper.h"
+#include "support/Golden.h"
 #include "support/ImportPatch.h"
 #include "support/LogWatch.h"
 
@@ -37,7 +37,7 @@ TEST(HardwareTree, IsWrittenInBriefAndInDetail)
     EXPECT_THAT(watch.Records(), IsEmpty());
     EXPECT_EQ(COpdHardwareTree().DumpDeviceTree(folder / L"detail.txt", false), S_OK);
     EXPECT_EQ(ReadBytes(folder / L"detail.txt"), GoldenDump(L"DeviceTree-Detail.txt"));
-    ExpectGolden(watch.Records(), L"..\\hardware\\DeviceTree.log", L"");
+    ExpectGolden(L"hardware\\DeviceTree.log", Joined(watch.Records()), L"");
 }
 
 // 100,000 nodes, 1,000 levels deep: a walk that recursed into siblings would fault. Each node's relations are asked for
@@ -83,7 +83,7 @@ TEST(HardwareList, IsWrittenForAllPresentAndEachClass)
     COpdHardwareList list;
     EXPECT_EQ(list.DumpAllDeviceList(folder / L"all"), S_OK);
     EXPECT_EQ(ReadBytes(folder / L"all"), GoldenDump(L"DeviceList-All.txt"));
-    ExpectGolden(watch.Records(), L"..\\hardware\\DeviceList.log", L"");
+    ExpectGolden(L"hardware\\DeviceList.log", Joined(watch.Records()), L"");
     EXPECT_EQ(list.DumpCurrentDeviceList(folder / L"present"), S_OK);
     EXPECT_EQ(ReadBytes(folder / L"present"), GoldenDump(L"DeviceList-Present.txt"));
     EXPECT_EQ(list.DumpIndividualDeviceList(folder.Path()), S_OK);

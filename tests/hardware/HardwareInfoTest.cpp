@@ -1,5 +1,6 @@
 #include "hardware/HardwareInfoCollector.h"
 
+#include <array>
 #include <cstring>
 
 #include "app/KelvarinApp.h"
@@ -8,6 +9,7 @@
 #include "hardware/SamplePc.h"
 #include "support/FakeDrive.h"
 #include "support/FakePcUsb.h"
+#include "support/FakeRoots.h"
 #include "support/FuzzRounds.h"
 #include "support/Golden.h"
 #include "support/LogWatch.h"
@@ -263,7 +265,7 @@ TEST(HardwareInfoCollector, RefusesAPlaceWhereItCannotWrite)
     EXPECT_EQ(CHardwareInfoCollector().Collect(L""), HRESULT_FROM_WIN32(ERROR_BAD_PATHNAME));
     EXPECT_EQ(CHardwareInfoCollector().Collect(folder / L"file"), E_UNEXPECTED);
     EXPECT_EQ(CHardwareInfoCollector().Collect(folder / L"taken"), E_ACCESSDENIED);
-    ExpectGolden(Told(pc, watch), L"..\\hardware\\HardwareInfoRefused.log", folder.Path());
+    ExpectGolden(L"hardware\\HardwareInfoRefused.log", Joined(Told(pc, watch)), folder.Path());
     EXPECT_THROW(ReadBytes(folder / L"taken\\DeviceTree.txt"), std::runtime_error);
 }
 

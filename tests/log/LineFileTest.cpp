@@ -21,8 +21,7 @@ public:
 
 template <typename Writer>
 class LineFile : public testing::Test
-{
-};
+{};
 using Writers = testing::Types<CPlainResultLog, CPlainLogFile>;
 TYPED_TEST_SUITE(LineFile, Writers);
 

@@ -45,7 +45,7 @@ struct CCalls
         *phNode = 1;
         return s_pPc->Nodes().empty() || pId != nullptr || ulFlags != 0 ? CR_NO_SUCH_DEVNODE : CR_SUCCESS;
     }
-    template <char Kind, DEVINST CFakeNode::*Relation>
+    template <char Kind, DEVINST CFakeNode::* Relation>
     static CONFIGRET WINAPI Relate(DEVINST* phRelated, DEVINST hNode, ULONG)
     {
         s_pPc->sRelations += Kind + std::to_string(hNode) + ' ';
