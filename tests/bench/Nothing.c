@@ -1,0 +1,5 @@
+/* What a process start costs when the program wants nothing. */
+int main(void)
+{
+    return 0;
+}
