@@ -10,7 +10,7 @@
 #include "e2e/Program.h"
 #include "hardware/HardwareInfoCollector.h"
 #include "platform/SystemLibrary.h"
-#include "sptioctl/FakeDrive.h"
+#include "support/FakeDrive.h"
 #include "support/FakePcUsb.h"
 #include "support/LogWatch.h"
 #include "support/ScratchKey.h"
