@@ -1,23 +1,17 @@
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <map>
+
 #include "log/LogFactories.h"
 #include "log/LogSysInfo.h"
-#include "support/TestFolder.h"
+#include "platform/AnsiText.h"
+#include "support/Golden.h"
 
 using namespace opLogSys;
 
 namespace
 {
-
-std::string Factory(const std::string& sClass, const std::string& sName = "IOutputLogSystemFactory")
-{
-    return "<FACTORY name='" + sName + "' class='opLogSys::" + sClass +
-           "::COutputLogSystemFactory' location='current'/>";
-}
-std::string Filters(const std::string& sFilters)
-{
-    return "<FILTERLIST>" + sFilters + "</FILTERLIST>";
-}
 
 const char* KindOf(IOutputLogSystemFactory* pFactory)
 {
@@ -28,101 +22,35 @@ const char* KindOf(IOutputLogSystemFactory* pFactory)
 }
 
 // The file is written by support staff by hand: what it says wrongly must leave the defaults and never end the program.
+// Each document of data/log/configurations becomes "name: factory, filters", and the levels that pass for a subject.
 TEST(LogSysInfo, ReadsTheConfiguration)
 {
-    const std::string sLong(65536, 'L');
-    std::string sLaughs = "<!DOCTYPE r [<!ENTITY a0 'ha'>";
-    for (int n = 1; n <= 12; ++n)
-    {
-        sLaughs += "<!ENTITY a" + std::to_string(n) + " '";
-        for (int k = 0; k < 10; ++k)
-            sLaughs += "&a" + std::to_string(n - 1) + ";";
-        sLaughs += "'>";
-    }
-    struct CLevel
-    {
-        std::string sSubject;
-        LONG nLevel;
-        bool bPasses;
-    };
-    const struct
-    {
-        const char* pWhat;
-        std::string sXml;
-        const char* pFactory;
-        bool bEntries;
-        std::vector<CLevel> Levels;
-    } aCases[] = {
-        { "empty file", "", "Null", false, { { "A", 10, false } } },
-        { "file", "<r>" + Factory("File") + "</r>", "File", false, {} },
-        { "debugger", "<any><other/>text" + Factory("Ods") + "</any>", "Ods", false, {} },
-        { "unknown class wins too",
-          "<r>" + Factory("File") + Factory("Fax") + Filters("<FILTER subject='A' maxLevel='10'/>") + "</r>",
-          "Null",
-          true,
-          { { "A", 10, true } } },
-        { "ranges",
-          "<r>" + Filters("<x/><FILTER subject='A' minLevel='3' maxLevel='9'/><FILTER subject='B' maxLevel='10'/>") +
-              "</r>",
-          "Null",
-          true,
-          { { "A", 2, false },
-            { "A", 3, true },
-            { "A", 9, true },
-            { "A", 10, false },
-            { "a", 5, false },
-            { "B", 10, true },
-            { "C", 10, false } } },
-        { "absent numbers",
-          "<r>" + Filters("<FILTER subject='A'/><FILTER minLevel='x' maxLevel='7z'/>") + "</r>",
-          "Null",
-          true,
-          { { "A", 0, true }, { "A", 1, false }, { "", 7, true } } },
-        { "replaced, then appended",
-          "<r>" +
-              Filters("<FILTER subject='A' minLevel='0' maxLevel='10'/><FILTER subject='A' minLevel='5' "
-                      "maxLevel='8'/><FILTER subject='A' minLevel='7' maxLevel='30'/>") +
-              "</r>",
-          "Null",
-          true,
-          { { "A", 4, false }, { "A", 5, true }, { "A", 9, true }, { "A", 30, true }, { "A", 31, false } } },
-        { "long attributes",
-          "<r><FACTORY name='" + sLong + "' class='" + sLong + "'/>" +
-              Filters("<FILTER subject='" + sLong + "' maxLevel='10'/>") + "</r>",
-          "Null",
-          true,
-          { { sLong, 10, true }, { sLong + "L", 10, false } } },
-        { "numbers beyond",
-          "<r>" + Filters("<FILTER subject='A' minLevel='-5' maxLevel='99999999999999999999'/>") + "</r>",
-          "Null",
-          true,
-          { { "B", 0, false } } },
-        { "exploding entities",
-          sLaughs + "]><r>" + Filters("<FILTER subject='&a12;' maxLevel='10'/>") + "</r>",
-          "Null",
-          false,
-          {} },
-        { "entity of a file",
-          "<!DOCTYPE r [<!ENTITY f SYSTEM 'file:///C:/windows/win.ini'>]><r>" +
-              Filters("<FILTER subject='&f;' maxLevel='10'/>") + "</r>",
-          "Null",
-          false,
-          {} },
-    };
     const CTestFolder folder;
-    for (const auto& rCase : aCases)
+    const std::wstring sLong(65536, L'L');
+    std::map<std::string, std::string> Read;
+    for (const auto& rEntry : std::filesystem::directory_iterator(TEST_DATA L"/log/configurations"))
     {
+        const std::wstring sName = rEntry.path().filename().wstring();
         const auto pInfo = Common::CReference<CLogSysInfoFromXML>::Own(
-            new CLogSysInfoFromXML(folder.Write(L"100%23 a.log.xml", rCase.sXml)));
+            new CLogSysInfoFromXML(folder.Write(L"100%23 a.log.xml", Document(L"log/configurations/" + sName, sLong))));
         const auto pFactory = Common::CReference<IOutputLogSystemFactory>::Own(pInfo->GetFactory());
         const auto pFilter = Common::CReference<ILogFilter>::Own(pInfo->GetFilter());
-        EXPECT_STREQ(KindOf(pFactory.Get()), rCase.pFactory) << rCase.pWhat;
-        EXPECT_EQ(pFilter->HasEntries(), rCase.bEntries ? S_OK : E_FAIL) << rCase.pWhat;
-        for (const CLevel& rLevel : rCase.Levels)
-            EXPECT_EQ(pFilter->IsTarget(std::wstring(rLevel.sSubject.begin(), rLevel.sSubject.end()), rLevel.nLevel),
-                      rLevel.bPasses ? S_OK : E_FAIL)
-                << rCase.pWhat << ": " << rLevel.nLevel;
+        std::string& rsRead = Read[Utf8(sName)];
+        rsRead = KindOf(pFactory.Get()) + std::string(pFilter->HasEntries() == S_OK ? ", filters\r\n" : "\r\n");
+        for (const std::wstring& sSubject :
+             { std::wstring(L"A"), std::wstring(L"a"), std::wstring(L"B"), std::wstring(), sLong })
+        {
+            std::string sLevels;
+            for (LONG nLevel = -6; nLevel <= 40; ++nLevel)
+                sLevels += pFilter->IsTarget(sSubject, nLevel) == S_OK ? ' ' + std::to_string(nLevel) : "";
+            if (!sLevels.empty())
+                rsRead += "  " + Utf8(sSubject.substr(0, 10)) + ':' + sLevels + "\r\n";
+        }
     }
+    std::string sAll;
+    for (const auto& [sName, sRead] : Read)
+        sAll += sName + ": " + sRead;
+    ExpectGolden(L"log/Configurations.txt", sAll, L"");
 }
 
 } // namespace

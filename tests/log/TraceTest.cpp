@@ -4,15 +4,15 @@
 
 #include <map>
 #include <regex>
+#include <sstream>
 #include <thread>
 
 #include "log/FileIO.h"
 #include "log/FunctionLog.h"
 #include "opdutility/OpdExecFile.h"
-#include "opdutility/OpdFileHelper.h"
 #include "platform/AnsiText.h"
 #include "platform/Path.h"
-#include "support/TestFolder.h"
+#include "support/Golden.h"
 
 using namespace opLogSys;
 
@@ -27,10 +27,7 @@ TEST(Trace, FindsItsFolder)
     std::wstring sDesktop;
     ASSERT_TRUE(GetSpecialFolder(CSIDL_DESKTOP, true, sDesktop));
     const std::wstring sProgram = ModuleDirPath() + L"\\";
-    const struct
-    {
-        std::wstring sLocation, sFolder;
-    } aCases[] = {
+    const std::pair<std::wstring, std::wstring> aCases[] = {
         { L"desktop", sDesktop + L"\\" },
         { L"", sProgram },
         { L"current", sProgram },
@@ -40,10 +37,10 @@ TEST(Trace, FindsItsFolder)
         { folder / L"new\\%DATE%-%TIME%", folder / L"new\\20240203-040506\\" },
         { std::wstring(65536, L'l'), sProgram },
     };
-    for (const auto& rCase : aCases)
+    for (const auto& [sLocation, sFolder] : aCases)
     {
-        EXPECT_EQ(Utf8(File::ResolveTraceFolder(rCase.sLocation, { 2024, 2, 0, 3, 4, 5, 6, 7 })), Utf8(rCase.sFolder));
-        EXPECT_TRUE(FileExists(rCase.sFolder)) << Utf8(rCase.sFolder);
+        EXPECT_EQ(Utf8(File::ResolveTraceFolder(sLocation, { 2024, 2, 0, 3, 4, 5, 6, 7 })), Utf8(sFolder));
+        EXPECT_TRUE(FileExists(sFolder)) << Utf8(sFolder);
     }
     ::RemoveDirectoryW((sProgram + L"trace-20240203").c_str());
 }
@@ -79,7 +76,8 @@ struct CUntraced
 constexpr int Rounds = 10;
 
 // A run with a configuration beside the program: the scopes of the classes that pass, by thread, and every record in
-// both streams. The test runs a copy of its own program; the variable tells the child what it is.
+// both streams. The error log of before is all but full, and makes room. The test runs a copy of its own program; the
+// variable tells the child what it is.
 TEST(Trace, HoldsTheScopesThatPassAndAllRecords)
 {
     constexpr const wchar_t* Mark = L"KELVARIN_TEST_TRACE";
@@ -89,58 +87,48 @@ TEST(Trace, HoldsTheScopesThatPassAndAllRecords)
             for (int n = 0; n < Rounds; ++n)
                 CUntraced::Call();
         };
-        std::thread first(Run);
-        std::thread second(Run);
-        first.join();
-        second.join();
+        std::thread other(Run);
+        Run();
+        other.join();
         return;
     }
 
     const CTestFolder folder;
     const std::wstring sProgram = folder / L"traced.exe";
     ASSERT_TRUE(::CopyFileW(ModulePath().c_str(), sProgram.c_str(), TRUE));
-    folder.Write(L"Kelvarin.log.xml",
-                 "<LOG><FACTORY name='IOutputLogSystemFactory' class='opLogSys::File::COutputLogSystemFactory' "
-                 "autoflush='true' location='.\\trace'/>"
-                 "<FILTERLIST><FILTER subject='CTraced' minLevel='10' maxLevel='10'/><FILTER subject='CUntraced' "
-                 "minLevel='0' maxLevel='9'/></FILTERLIST></LOG>");
+    folder.Write(L"Kelvarin.log.xml", Document(L"log/Trace.xml"));
+    folder.Write(L"Kelvarin.log", std::string(0x200000, '-'));
     ::SetEnvironmentVariableW(Mark, L"1");
+    const std::wstring sSwitches = L"-l" + folder.Path() + L" -path:result" + folder.Path() +
+                                   L" --gtest_filter=Trace.HoldsTheScopesThatPassAndAllRecords";
     DWORD dwExitCode = 99;
-    EXPECT_EQ(COpdExecFile::Execute(sProgram,
-                                    L"-l" + folder.Path() + L" -path:result" + folder.Path() +
-                                        L" --gtest_filter=Trace.HoldsTheScopesThatPassAndAllRecords",
-                                    &dwExitCode),
-              S_OK);
+    EXPECT_EQ(COpdExecFile::Execute(sProgram, sSwitches, &dwExitCode), S_OK);
     ::SetEnvironmentVariableW(Mark, nullptr);
     EXPECT_EQ(dwExitCode, 0u);
 
-    std::vector<std::wstring> Names;
-    ASSERT_EQ(COpdFileHelper::FindFiles(folder / L"trace\\Kelvarin-*.log", Names), S_OK);
-    ASSERT_EQ(Names.size(), 1u);
-    const std::string sTrace = ReadBytes(folder / (L"trace\\" + Names[0]));
-    const std::regex Line(
-        "\\[([0-9A-F]{8})\\]\\[\\d{4}/\\d\\d/\\d\\d\\(\\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\)\\]([^\r]*)\r\n");
+    std::istringstream Trace(FilesBelow(folder / L"trace"));
+    std::string sLine;
+    std::getline(Trace, sLine);
+    EXPECT_TRUE(sLine.starts_with("== Kelvarin-"));
     std::map<std::string, std::string> Threads;
-    std::size_t nLength = 0;
-    for (std::sregex_iterator it(sTrace.begin(), sTrace.end(), Line); it != std::sregex_iterator(); ++it)
+    while (std::getline(Trace, sLine))
     {
-        Threads[it->str(1)] += it->str(2) + "\n";
-        nLength += it->str().size();
+        static const std::regex Form(R"(\[([0-9A-F]{8})\]\[\d{4}/\d\d/\d\d\(\d\d:\d\d:\d\d\.\d{3}\)\](.*)\r)");
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(sLine, match, Form)) << "torn: " << sLine;
+        Threads[match[1]] += match.str(2) + '\n';
     }
-    EXPECT_EQ(nLength, sTrace.size()) << "torn lines";
     EXPECT_EQ(Threads.size(), 2u);
     std::wstring sExpected;
     for (int n = 0; n < Rounds; ++n)
         sExpected += L"┌ CTraced::Outer()\n│ at 7\n│┌ CTraced::Inner()\n││ told\n│└ CTraced::Inner()\n└ "
                      L"CTraced::Outer() : return 0x80004004 [-2147467260]\n│ at the end\n";
-    for (const auto& rThread : Threads)
-        EXPECT_EQ(rThread.second, ToNarrow(sExpected, CP_ACP));
+    for (const auto& [sThread, sText] : Threads)
+        EXPECT_EQ(sText, ToNarrow(sExpected, CP_ACP));
 
+    EXPECT_GT(ReadBytes(folder / L"Kelvarin.log.bak").size(), 0x200000u);
     const std::string sErrors = ReadBytes(folder / L"Kelvarin.log");
-    const std::regex Record("\\] (\\d{5}):\\[CTraced::Inner\\] told\r\n");
-    std::smatch Found;
-    ASSERT_TRUE(std::regex_search(sErrors, Found, Record));
-    EXPECT_EQ(std::stoi(Found.str(1)), CTraced::ToldLine);
+    const std::regex Record("\\] 000" + std::to_string(CTraced::ToldLine) + ":\\[CTraced::Inner\\] told\r\n");
     EXPECT_EQ(std::distance(std::sregex_iterator(sErrors.begin(), sErrors.end(), Record), std::sregex_iterator()),
               2 * Rounds);
 }
