@@ -4,17 +4,11 @@
 
 #include <gmock/gmock.h>
 
+#include "config/FakeSystem.h"
 #include "support/TestFolder.h"
 
 namespace
 {
-
-std::string Text(const GUID& rGuid)
-{
-    wchar_t aText[64] = L"";
-    ::StringFromGUID2(rGuid, aText, 64);
-    return Utf8(aText);
-}
 
 // A wrong identity makes a healthy object fail; manifests in the field name platform interfaces and nothing else.
 TEST(ComNameTable, FindsIdentitiesByName)
@@ -35,7 +29,7 @@ TEST(ComNameTable, FindsIdentitiesByName)
         { L"IImgCtx", "{3050F3D6-98B5-11CF-BB82-00AA00BDCE0B}" },
     };
     for (const auto& [pName, pExpected] : aCases)
-        EXPECT_EQ(Text(rTable.Find(pName)), pExpected) << Utf8(pName);
+        EXPECT_EQ(Utf8(GuidText(rTable.Find(pName))), pExpected) << Utf8(pName);
 }
 
 } // namespace

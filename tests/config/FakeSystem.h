@@ -4,8 +4,16 @@
 #include <shlobj.h>
 
 #include <cstring>
+#include <string>
 
 #include "support/ImportPatch.h"
+
+inline std::wstring GuidText(const GUID& rGuid)
+{
+    wchar_t aText[64] = L"";
+    ::StringFromGUID2(rGuid, aText, 64);
+    return aText;
+}
 
 class CFakeSystem
 {
