@@ -20,8 +20,8 @@ using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using CPointer = Microsoft::WRL::ComPtr<ISptIoCtl>;
 
-const std::string Ready(6, '\0'), Inquiry = "\x12\0\0\0\x24\0"s,
-                                  Read = "\x88\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0A\x0B\x0C\x0D\x0E\x0F";
+const std::string Inquiry = "\x12\0\0\0\x24\0"s,
+                  Read = "\x88\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0A\x0B\x0C\x0D\x0E\x0F";
 
 class CPassThrough : public ::testing::Test
 {
@@ -37,11 +37,6 @@ protected:
         EXPECT_EQ(m_Io.OpenHandles(), 0u) << "an open object must close when it goes";
     }
 
-    HRESULT Send(decltype(&ISptIoCtl::SendNoDataCmd) pSend, const std::string& sCdb)
-    {
-        return (m_pIo.Get()->*pSend)(static_cast<BYTE>(sCdb.size()), reinterpret_cast<const BYTE*>(sCdb.data()),
-                                     &m_nKey, &m_nASC, &m_nASCQ);
-    }
     HRESULT Send(decltype(&ISptIoCtl::SendInDataCmd) pSend, const std::string& sCdb, DWORD dwSize, std::string& rsData)
     {
         return (m_pIo.Get()->*pSend)(static_cast<BYTE>(sCdb.size()), reinterpret_cast<const BYTE*>(sCdb.data()), dwSize,
@@ -59,9 +54,10 @@ protected:
 // The driver reads these bytes: an offset or a length that is off by one reaches a real drive.
 TEST_F(CPassThrough, SendsItsRecordByteForByte)
 {
+    const BYTE aReady[6]{};
     std::string sData(600, 'd');
     const std::function<HRESULT()> aSends[] = {
-        [&] { return Send(&ISptIoCtl::SendNoDataCmd, Ready); },
+        [&] { return m_pIo->SendNoDataCmd(6, aReady, &m_nKey, &m_nASC, &m_nASCQ); },
         [&] { return Send(&ISptIoCtl::SendInDataCmdDirect, Inquiry, 36, sData); },
         [&] { return Send(&ISptIoCtl::SendInDataCmd, Read, 512, sData); },
         [&] { return Send(&ISptIoCtl::SendOutDataCmd, Read, 513, sData = std::string(600, 'd')); },
@@ -143,7 +139,7 @@ TEST_F(CPassThrough, StaysOpenBehindAFailure)
     EXPECT_EQ(Send(&ISptIoCtl::SendInDataCmd, Inquiry, 600, sData), HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
     EXPECT_EQ(m_nKey, 0xEE);
     EXPECT_EQ(m_Drive.sRecord[16], 7);
-    EXPECT_EQ(Send(&ISptIoCtl::SendNoDataCmd, Read + '\0'), E_INVALIDARG);
+    EXPECT_EQ(Send(&ISptIoCtl::SendInDataCmd, Read + '\0', 4, sData), E_INVALIDARG);
     EXPECT_EQ(Send(&ISptIoCtl::SendInDataCmd, Inquiry, 0xFFFFFFC0, sData), E_OUTOFMEMORY);
     EXPECT_EQ(m_pIo->Open(4), E_FAIL);
     EXPECT_EQ(m_Io.OpenHandles(), 1u);

@@ -37,14 +37,10 @@ std::string Le(std::size_t nBytes, DWORD dwValue)
     return { reinterpret_cast<const char*>(&dwValue), nBytes };
 }
 
-// What the description says of a device; empty, and nought, when it says nothing.
-std::string FieldOf(const CFakeFields& rFields, const char* pName)
+// 0 for what the description does not say.
+DWORD NumberOf(const std::string& sText, int nBase = 10)
 {
-    return rFields.contains(pName) ? rFields.at(pName) : "";
-}
-DWORD NumberOf(const CFakeFields& rFields, const char* pName, int nBase = 10)
-{
-    return rFields.contains(pName) ? std::stoul(rFields.at(pName), nullptr, nBase) : 0;
+    return std::strtoul(sText.c_str(), nullptr, nBase);
 }
 
 std::string WideBytes(const std::wstring& sText)
@@ -66,16 +62,16 @@ std::string NameRecord(const std::string& sHead, const std::string& sName)
     return sHead + Le(4, sHead.size() + 4 + sText.size()) + sText;
 }
 
-std::string Descriptor(BYTE nType, const std::string& sBody)
+std::string StringDescriptor(const std::wstring& sText)
 {
-    return Le(1, sBody.size() + 2) + Le(1, nType) + sBody;
+    return Le(1, sText.size() * 2 + 2) + Le(1, 3) + WideBytes(sText);
 }
 
-CFakeNode Node(const CFakeFields& rFields)
+CFakeNode Node(CFakeFields& rFields)
 {
-    const auto Text = [&](const char* pName) { return FakeText(ToWide(FieldOf(rFields, pName))); };
-    return { .sId = ToWide(FieldOf(rFields, "id")),
-             .Properties = { { CM_DRP_DRIVER, Text("key") }, { CM_DRP_DEVICEDESC, Text("desc") } } };
+    return { .sId = ToWide(rFields["id"]),
+             .Properties = { { CM_DRP_DRIVER, FakeText(ToWide(rFields["key"])) },
+                             { CM_DRP_DEVICEDESC, FakeText(ToWide(rFields["desc"])) } } };
 }
 
 } // namespace
@@ -127,7 +123,7 @@ void CFakePcUsb::Put(const std::string& sKey, std::istream& rLine)
         pPort->sPipes += HexBytes(rLine), ++pPort->dwOpenPipes;
     else if (sKey == "languages")
         while (rLine >> std::hex >> nNumber)
-            pPort->Languages.push_back(static_cast<WORD>(nNumber));
+            pPort->Languages += static_cast<wchar_t>(nNumber);
     else if (sKey == "string" && rLine >> nNumber >> std::hex >> nOther)
         pPort->Strings[{ static_cast<BYTE>(nNumber), static_cast<WORD>(nOther) }] = ToWide(RestOf(rLine));
     else if (sKey == "disk" && rLine >> nNumber >> sLetter)
@@ -191,17 +187,18 @@ DWORD CFakePcUsb::AnswerDrive(wchar_t cLetter, CFakeRequest& rRequest)
     return bScsi ? it->second.Drive(rRequest) : ERROR_INVALID_FUNCTION;
 }
 
-DWORD CFakePcUsb::AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) const
+DWORD CFakePcUsb::AnswerHub(CFakeUsbHub& rHub, CFakeRequest& rRequest) const
 {
     if (rRequest.dwCode == 0x220408 && rRequest.In.size() == 76)
         return Answer(rRequest, Le(4, 0) + Le(2, 0x2909) + Le(1, rHub.Ports.size()) +
-                                    Le(2, NumberOf(rHub.Fields, "characteristics", 16)) + std::string(66, '\0') +
-                                    Le(1, NumberOf(rHub.Fields, "buspowered")));
-    const DWORD dwPort = rRequest.In.size() >= 4 ? *reinterpret_cast<const DWORD*>(rRequest.In.data()) : 0;
+                                    Le(2, NumberOf(rHub.Fields["characteristics"], 16)) + std::string(66, '\0') +
+                                    Le(1, NumberOf(rHub.Fields["buspowered"])));
+    DWORD dwPort = 0;
+    std::memcpy(&dwPort, rRequest.In.data(), std::min(rRequest.In.size(), sizeof dwPort));
     if (dwPort - 1 >= rHub.Ports.size())
         return ERROR_INVALID_PARAMETER;
-    const CFakeUsbPort& rPort = rHub.Ports[dwPort - 1];
-    const std::string sKey = FieldOf(rPort.Fields, "key"), sExternal = FieldOf(rPort.Fields, "external");
+    CFakeUsbPort& rPort = rHub.Ports[dwPort - 1];
+    const std::string sKey = rPort.Fields["key"], sExternal = rPort.Fields["external"];
     const std::string sPort(rRequest.In.begin(), rRequest.In.begin() + 4);
     const bool bOld = rRequest.dwCode == 0x22040C;
     if (rRequest.dwCode == 0x220420 && !sKey.empty())
@@ -212,9 +209,9 @@ DWORD CFakePcUsb::AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) con
     {
         std::string sDevice = rPort.sDevice;
         sDevice.resize(18);
-        const DWORD dwSpeed = NumberOf(rPort.Fields, "speed");
+        const DWORD dwSpeed = NumberOf(rPort.Fields["speed"]);
         return Answer(rRequest, sPort + sDevice + Le(1, rPort.dwStatus == 1) + Le(1, bOld ? dwSpeed == 0 : dwSpeed) +
-                                    Le(1, !sExternal.empty()) + Le(2, NumberOf(rPort.Fields, "address")) +
+                                    Le(1, !sExternal.empty()) + Le(2, NumberOf(rPort.Fields["address"])) +
                                     Le(4, rPort.dwOpenPipes) + Le(4, rPort.dwStatus) + rPort.sPipes);
     }
     if (rRequest.dwCode != 0x220410 || rRequest.In.size() < 12)
@@ -226,9 +223,9 @@ DWORD CFakePcUsb::AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) con
     if (rRequest.In[7] == 2 && !rPort.sConfiguration.empty())
         return Answer(rRequest, sHead + rPort.sConfiguration.substr(0, Word(10)));
     if (rRequest.In[7] == 3 && nIndex == 0 && !rPort.Languages.empty())
-        return Answer(rRequest, sHead + Descriptor(3, WideBytes({ rPort.Languages.begin(), rPort.Languages.end() })));
+        return Answer(rRequest, sHead + StringDescriptor(rPort.Languages));
     const auto it = rPort.Strings.find({ nIndex, Word(8) });
     if (rRequest.In[7] == 3 && it != rPort.Strings.end())
-        return Answer(rRequest, sHead + Descriptor(3, WideBytes(it->second)));
+        return Answer(rRequest, sHead + StringDescriptor(it->second));
     return ERROR_GEN_FAILURE;
 }

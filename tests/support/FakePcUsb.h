@@ -27,8 +27,8 @@ struct CFakeUsbPort
     DWORD dwStatus = 0;
     DWORD dwOpenPipes = 0;
     std::string sDevice, sConfiguration, sPipes;
-    std::wstring sDrives; // their letters
-    std::vector<WORD> Languages;
+    std::wstring sDrives;   // their letters
+    std::wstring Languages; // their ids
     std::map<std::pair<BYTE, WORD>, std::wstring> Strings;
 };
 
@@ -60,7 +60,7 @@ private:
     void Put(const std::string& sKey, std::istream& rLine);
     void AddHub(CFakePcDevices& rDevices, CFakePcIo& rIo, std::size_t nHub, DEVINST hHub);
     CFakeAnswer Tampered(std::function<DWORD(CFakeRequest&)> answer);
-    DWORD AnswerHub(const CFakeUsbHub& rHub, CFakeRequest& rRequest) const;
+    DWORD AnswerHub(CFakeUsbHub& rHub, CFakeRequest& rRequest) const;
 
     CFakeFields m_Controller;
 };

@@ -19,6 +19,7 @@ BYTE* s_pPages;
 // The first page of a block has the number of its pages, with the guard.
 constexpr DWORD Unused = 0, Inner = 0xFFFFFFFF, Kept = 0xFFFFFFFE;
 DWORD s_aPages[PageCount];
+constexpr BYTE Filler = 0xCD;
 std::size_t s_nNext, s_nUsed;
 DWORD* s_aKept[256]; // small blocks, freed and still accessible
 std::size_t s_nKept;
@@ -46,7 +47,8 @@ DWORD* FindRun(std::size_t nPages)
     return pRun;
 }
 
-// Null when there is no room. The end is exact, so the start is aligned no better than the size is.
+// Null when there is no room. In a scope the end is exact, so the start is aligned no better than the size is; else up
+// to seven bytes lie between, which are looked at when the block is freed.
 void* Allocate(std::size_t nSize)
 {
     const CLock lock;
@@ -61,10 +63,12 @@ void* Allocate(std::size_t nSize)
     BYTE* const pFirst = s_pPages + s_nNext * PageSize;
     if (!bKept && (pRun == std::end(s_aPages) || !::VirtualAlloc(pFirst, nRoom, MEM_COMMIT, PAGE_READWRITE)))
         return nullptr;
+    const std::size_t nSlack = CGuardPages::s_nScopes != 0 ? 0 : (nRoom - nSize) % 8;
     std::fill_n(pRun, nPages, Inner);
     *pRun = static_cast<DWORD>(nPages);
+    pRun[nPages - 1] -= static_cast<DWORD>(nSlack);
     s_nUsed += nPages;
-    return std::memset(pFirst + nRoom - nSize, 0xCD, nSize);
+    return std::memset(pFirst + nRoom - nSize - nSlack, Filler, nSize + nSlack);
 }
 
 void Free(DWORD* pRun)
@@ -73,6 +77,10 @@ void Free(DWORD* pRun)
     const DWORD nPages = *pRun;
     if (nPages - 1 >= PageCount)
         __builtin_trap(); // freed twice, or never allocated
+    BYTE* const pFirst = s_pPages + static_cast<std::size_t>(pRun - s_aPages) * PageSize;
+    const std::size_t nRoom = (nPages - 1) * PageSize, nSlack = Inner - pRun[nPages - 1];
+    if (std::any_of(pFirst + nRoom - nSlack, pFirst + nRoom, [](BYTE n) { return n != Filler; }))
+        __builtin_trap(); // written beyond its end
     s_nUsed -= nPages;
     if (nPages == 2 && CGuardPages::s_nScopes != 0 && s_nKept != std::size(s_aKept))
     {
@@ -80,7 +88,7 @@ void Free(DWORD* pRun)
         s_aKept[s_nKept++] = pRun;
         return;
     }
-    ::VirtualFree(s_pPages + (pRun - s_aPages) * static_cast<int>(PageSize), (nPages - 1) * PageSize, MEM_DECOMMIT);
+    ::VirtualFree(pFirst, nRoom, MEM_DECOMMIT);
     std::fill_n(pRun, nPages, Unused);
 }
 

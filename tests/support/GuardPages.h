@@ -1,11 +1,11 @@
-// Guard pages behind the blocks of the test executables: what is allocated ends, to the byte, where a page begins that
-// nobody may touch. KELVARIN_GUARD_PAGES=1 in the environment has them for the whole run.
+// Guard pages behind the blocks of the test executables: behind what is allocated begins a page that nobody may touch.
+// KELVARIN_GUARD_PAGES=1 in the environment has them for the whole run. A block is then aligned to eight bytes.
 #pragma once
 
 #include <atomic>
 
-// Has them for as long as it lives. What is freed meanwhile is used again at once, which is twenty times as fast; else
-// nobody may touch a freed block either.
+// Has them for as long as it lives, and each block ends there to the byte. What is freed meanwhile is used again at
+// once, which is twenty times as fast; else nobody may touch it any more either.
 class CGuardPages
 {
 public:
