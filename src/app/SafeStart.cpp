@@ -83,9 +83,9 @@ extern "C"
 {
     // The compiler's guard against overrun buffers. Its runtime library would fill it from a cryptographic provider,
     // and so load half of Windows before wWinMain, from wherever the loader finds it first.
-    std::uintptr_t __stack_chk_guard = 0xFF0A0D00;
+    std::uintptr_t __stack_chk_guard = 0xFF0A0D00; // NOLINT(bugprone-reserved-identifier): its name
 
-    [[noreturn]] void __stack_chk_fail()
+    [[noreturn]] void __stack_chk_fail() // NOLINT(bugprone-reserved-identifier)
     {
         ::TerminateProcess(::GetCurrentProcess(), StackOverrun);
         for (;;) // the process is gone before this runs on
