@@ -34,6 +34,7 @@ void MakeFiles(const CTestFolder& rFolder)
     for (const wchar_t* pName : { L"a.tvm", L"INIT.TVM", L"DEVICE.TVL" })
         rFolder.Write(pName, sHeader);
     rFolder.Write(L"short.TVM", sHeader.substr(0, 9));
+    rFolder.Write(L"empty.TVM", "");
     for (const wchar_t* pName : { L"MSVCmfcATL.Dll", L"atlmfcmsvc.ax" })
         rFolder.Write(pName, "no library");
     ::CopyFileW(L"C:\\windows\\system32\\version.dll", (rFolder / L"atl mfc msvc.dll").c_str(), TRUE);
@@ -75,6 +76,7 @@ TEST(FileInfoChecker, WritesOneLineForEachOutcome)
         { D + L"INIT.TVM", L"7.2.1.-1", L"", L"", L"" },
         { D + L"DEVICE.TVL", L"1", L"", L"", L"" },
         { D + L"short.TVM", L"1", L"", L"", L"" },
+        { D + L"empty.TVM", L"1", L"", L"", L"" },
         { D + L"MSVCmfcATL.Dll", L"", L"10", L"bad", L"Nobody" },
         { D + L"atlmfcmsvc.ax", L"", L"10", L"bad", L"Nobody" },
         { D + L"atl mfc msvc.dll", L"", L"", L"", L"" },
@@ -88,6 +90,7 @@ TEST(FileInfoChecker, WritesOneLineForEachOutcome)
     ::SetCurrentDirectoryW(folder.Path().c_str());
     // "count line" for each record.
     std::string sVerdicts;
+    const CLogWatch watch;
     for (const CFileInfo& rInfo : aCases)
     {
         const CCheckRun run = RunCheck([&](CResultLog& rLog, UINT32* pulFailed) {
@@ -98,6 +101,8 @@ TEST(FileInfoChecker, WritesOneLineForEachOutcome)
     }
     ::SetCurrentDirectoryW(aOld);
     ExpectGolden(L"check/Files.txt", sVerdicts, folder.Path());
+    EXPECT_THAT(watch.Records(),
+                ::testing::Contains("[COpdFileHelper::ReadFile] File size was 0. File:" + Utf8(D) + "empty.TVM"));
     EXPECT_EQ(::GetModuleHandleW((folder / L"atl mfc msvc.dll").c_str()), nullptr) << "it stays loaded";
 }
 

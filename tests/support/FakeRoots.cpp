@@ -32,7 +32,9 @@ void SetBytes(const CScratchKey& rKey, const std::wstring& sName, const std::str
     std::vector<BYTE> Data;
     for (std::size_t n = sValue.find(':') + 1; n < sValue.size(); n += 3)
         Data.push_back(static_cast<BYTE>(std::stoul(sValue.substr(n, 2), nullptr, 16)));
-    rKey.Set(sName.c_str(), dwType, Data);
+    // A zero behind an unterminated text would be stored with it, uncounted.
+    Data.insert(Data.end(), 2, 0xFF);
+    rKey.Set(sName.c_str(), dwType, std::span(Data).first(Data.size() - 2));
 }
 
 void SetValue(const CScratchKey& rKey, const std::string& sLine)
