@@ -33,9 +33,9 @@ TEST(FirmwareTable, IsReadWhateverItHolds)
     for (std::size_t n = 0; n < Firmware.size(); ++n)
         EXPECT_EQ(Computer(Firmware, n) == "||", n <= Firmware.find("Maker")) << n;
     const std::string sHeader(8, '\0');
-    EXPECT_EQ(Computer(sHeader + "\1\0\0\0\0\0"s + Firmware), "||"); // a length that would not move on
-    EXPECT_EQ(Computer(sHeader + "\1\xFF\0\0\1\2\0\3M\0\0"s), "||"); // a length past the end
-    EXPECT_EQ(Computer(sHeader + "\1\6\0\0\1\7M\0\0"s), "M||");      // a short structure, a number without a text
+    EXPECT_EQ(Computer(sHeader + std::string(6, '\0') + Firmware.substr(8)), "||"); // a length that is none
+    EXPECT_EQ(Computer(sHeader + "\1\xFF\0\0\1\2\0\3M\0\0"s), "||");                // a length past the end
+    EXPECT_EQ(Computer(sHeader + "\1\6\0\0\1\7M\0\0"s), "M||"); // a short structure, a number without a text
     EXPECT_EQ(Computer(sHeader + "\x7f\4\0\0\0\0"s + Firmware.substr(14)), "||"); // nothing behind the end
 }
 
