@@ -9,7 +9,6 @@
 
 #include "e2e/Program.h"
 #include "hardware/HardwareInfoCollector.h"
-#include "platform/SystemLibrary.h"
 #include "support/FakeDrive.h"
 #include "support/FakePcUsb.h"
 #include "support/LogWatch.h"
@@ -17,6 +16,8 @@
 
 #include <winsvc.h>
 #include <winternl.h>
+
+extern "C" NTSTATUS NTAPI NtCreateSymbolicLinkObject(HANDLE*, ACCESS_MASK, OBJECT_ATTRIBUTES*, UNICODE_STRING*);
 
 namespace
 {
@@ -27,19 +28,15 @@ using namespace std::string_literals;
 // letters and ports alone.
 CKernelHandle MakeDosDevice(const std::wstring& sName, std::size_t nDevice)
 {
-    const auto Text = [](std::wstring& rsText) {
-        const auto wSize = static_cast<USHORT>(rsText.size() * sizeof(wchar_t));
-        return UNICODE_STRING{ wSize, wSize, rsText.data() };
-    };
-    std::wstring sLink = L"\\??\\" + sName, sTarget = L"\\Device\\KelvarinTestA";
-    sTarget.back() += static_cast<wchar_t>(nDevice);
-    UNICODE_STRING Link = Text(sLink), Target = Text(sTarget);
+    const std::wstring sLink = L"\\??\\" + sName;
+    const std::wstring sTarget = L"\\Device\\KelvarinTest"s + static_cast<wchar_t>(L'A' + nDevice);
+    UNICODE_STRING Link, Target;
+    ::RtlInitUnicodeString(&Link, sLink.c_str());
+    ::RtlInitUnicodeString(&Target, sTarget.c_str());
     OBJECT_ATTRIBUTES Attributes;
     InitializeObjectAttributes(&Attributes, &Link, OBJ_CASE_INSENSITIVE, nullptr, nullptr);
-    LONG(WINAPI * pCreate)(HANDLE*, ACCESS_MASK, OBJECT_ATTRIBUTES*, UNICODE_STRING*);
-    BindFunction(::GetModuleHandleW(L"ntdll.dll"), "NtCreateSymbolicLinkObject", pCreate);
     CKernelHandle hLink;
-    EXPECT_EQ(pCreate(hLink.Put(), STANDARD_RIGHTS_REQUIRED | 1, &Attributes, &Target), 0) << Utf8(sName);
+    EXPECT_EQ(::NtCreateSymbolicLinkObject(hLink.Put(), STANDARD_RIGHTS_REQUIRED | 1, &Attributes, &Target), 0);
     return hLink;
 }
 

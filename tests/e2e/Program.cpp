@@ -143,16 +143,6 @@ std::wstring CInstallation::CommandLine(const std::wstring& sSwitches) const
                       ResultFolder(), sSwitches);
 }
 
-std::vector<std::string> CInstallation::ResultLines() const
-{
-    return ReadLines(ResultFile());
-}
-
-std::vector<CLogLine> CInstallation::LogLines() const
-{
-    return ReadLog(ResultFolder() + L"\\Kelvarin.log");
-}
-
 std::vector<std::string> CInstallation::Messages(const std::string& sFunction) const
 {
     const std::string sPrefix = "[" + sFunction + "] ";

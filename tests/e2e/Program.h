@@ -50,6 +50,10 @@ struct CLogLine
     std::string sText;
 };
 
+// A text file's lines; throws std::runtime_error unless the last one too ends with CR LF.
+std::vector<std::string> ReadLines(const std::wstring& sPath);
+std::vector<CLogLine> ReadLog(const std::wstring& sPath);
+
 class CInstallation
 {
 public:
@@ -69,16 +73,12 @@ public:
         return CProgramRun(CommandLine(sSwitches)).Watch(dwLimit);
     }
 
-    // Throws std::runtime_error where a line is not whole.
-    std::vector<std::string> ResultLines() const;
-    std::vector<CLogLine> LogLines() const;
+    // Throw std::runtime_error where a line is not whole.
+    std::vector<std::string> ResultLines() const { return ReadLines(ResultFile()); }
+    std::vector<CLogLine> LogLines() const { return ReadLog(ResultFolder() + L"\\Kelvarin.log"); }
     // The messages that one function of the program recorded.
     std::vector<std::string> Messages(const std::string& sFunction) const;
 
 private:
     CTestFolder m_Folder;
 };
-
-// A text file's lines; throws std::runtime_error unless the last one too ends with CR LF.
-std::vector<std::string> ReadLines(const std::wstring& sPath);
-std::vector<CLogLine> ReadLog(const std::wstring& sPath);

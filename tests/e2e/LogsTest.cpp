@@ -1,4 +1,4 @@
-// The twelve collector modes, and the logs that all processes of a run share.
+// The logs that all processes of a run share.
 #include <algorithm>
 #include <filesystem>
 #include <map>
@@ -8,59 +8,12 @@
 #include <gmock/gmock.h>
 
 #include "e2e/Program.h"
-#include "platform/Format.h"
 
 namespace
 {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
-
-// Each mode with an output folder and nothing else, on a PC without the product.
-struct CMode
-{
-    const wchar_t* pSwitch;
-    const char* pWord;
-    const char* pMethod;
-    HRESULT hrResult;
-    // clang-format off
-} const Modes[] = {
-    { L"-collect:velmora", "collect: velmora", "CollectVlmInfo", S_OK },
-    { L"-s -collect:system", "collect: system", "CollectSystemInfo", S_OK },
-    { L"-collect:registry", "collect: registry", "CollectRegistryInfo", S_OK },
-    { L"-collect:application", "collect: application", "CollectApplicationInfo", S_OK },
-    { L"-collect:installer", "collect: installer", "CollectInstallerInfo", S_OK },
-    { L"-collect:hardware", "collect: hardware", "CollectHardwareInfo", S_OK },
-    { L"-collect:driver", "collect: driver", "CollectDriverInfo", E_FAIL },            // Wine has no such folder
-    { L"-collect:license", "collect: license", "CollectLicenseFile", E_INVALIDARG },   // no repository
-    { L"-collect:log", "collect: log", "CollectLogFile", S_OK },
-    { L"-collect:asio", "collect: ASIO", "CollectAsioInfo", S_OK },
-    { L"-create:backup", "create: backup", "CrateBackupImage", REGDB_E_CLASSNOTREG },  // no product
-    { L"/create:hwinfo", "create: hwinfo", "CreateHwinfo", S_OK },
-};
-// clang-format on
-
-// A child's parent reads its exit code, and the support desk its log: a switch must lead to the mode that it names.
-TEST(Mode, TellsItsStartItsEndAndItsResult)
-{
-    for (const CMode& rMode : Modes)
-    {
-        SCOPED_TRACE(rMode.pWord);
-        const CInstallation installation;
-        const CRunReport Report = installation.Run(rMode.pSwitch);
-        EXPECT_EQ(Report.dwExitCode, static_cast<DWORD>(rMode.hrResult));
-        EXPECT_FALSE(Report.bWindowShown);
-        const std::string sWord = std::string(" *** ") + rMode.pWord + " ***";
-        std::vector<std::string> Expected{ "CoCreateInstance(VlmSxs) failed: 0x80040154", "=>" + sWord, "<=" + sWord };
-        const std::string sMethod = std::string("CKelvarinApp::") + rMode.pMethod;
-        if (FAILED(rMode.hrResult))
-            Expected.push_back(Utf8(FormatText(L"%hs() failed. [0x%08X]", sMethod.c_str(), rMode.hrResult)));
-        EXPECT_THAT(installation.Messages(sMethod), Not(IsEmpty()));
-        EXPECT_EQ(installation.Messages("CKelvarinApp::Main"), Expected);
-    }
-}
 
 // Lines of parent and children would mix, or one of them would not introduce itself.
 TEST(ErrorLog, HoldsWholeLinesAndOneBannerForEachOfEightProcesses)
@@ -71,8 +24,9 @@ TEST(ErrorLog, HoldsWholeLinesAndOneBannerForEachOfEightProcesses)
     const CInstallation installation(sManifest + "</directory></file-infos></installchecker>");
     std::vector<std::unique_ptr<CProgramRun>> Runs;
     Runs.push_back(std::make_unique<CProgramRun>(installation.CommandLine(L"-s")));
-    for (int n = 0; n < 7; ++n)
-        Runs.push_back(std::make_unique<CProgramRun>(installation.CommandLine(Modes[n].pSwitch)));
+    for (const wchar_t* pSwitch :
+         { L"velmora", L"system", L"registry", L"application", L"installer", L"hardware", L"asio" })
+        Runs.push_back(std::make_unique<CProgramRun>(installation.CommandLine(std::wstring(L"-collect:") + pSwitch)));
     for (const auto& pRun : Runs)
         pRun->Watch(60000);
 
