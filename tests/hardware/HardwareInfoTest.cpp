@@ -26,13 +26,10 @@ struct CPc;
 CPc* s_pPc;
 
 // All that the collector asks.
-struct CPc
+struct CPc : CFakeUsbPc
 {
     // "C: type": the drives and displays of HardwarePc.txt. Without them folders and memory are refused too.
     std::map<std::wstring, std::wstring> Cells;
-    CFakePcDevices devices;
-    CFakePcIo io;
-    CFakePcUsb usb{ TEST_DATA L"\\hardware\\UsbPc.txt", devices, io };
     CFakeDrive& stick = usb.Disks[L'E'].Drive;
     std::vector<std::string> Progress; // of the dialog
 

@@ -32,17 +32,8 @@ struct CAsked
     }
 };
 
-struct CUsbDrives
+struct CUsbDrives : CFakeUsbPc
 {
-    CFakePcDevices devices;
-    CFakePcIo io;
-    CFakePcUsb usb{ TEST_DATA L"\\hardware\\UsbPc.txt", devices, io };
-
-    ~CUsbDrives()
-    {
-        EXPECT_EQ(io.OpenHandles(), 0u);
-        EXPECT_EQ(devices.OpenSets(), 0u);
-    }
     // The node of the disk of that number.
     DEVINST Disk(DWORD dwNumber)
     {

@@ -9,11 +9,8 @@
 namespace
 {
 
-struct CUsbPc
+struct CUsbPc : CFakeUsbPc
 {
-    CFakePcDevices devices;
-    CFakePcIo io;
-    CFakePcUsb usb{ TEST_DATA L"\\hardware\\UsbPc.txt", devices, io };
     CTestFolder folder;
 
     CFakeUsbPort& Port(std::size_t nHub, std::size_t nPort) { return usb.Hubs[nHub].Ports[nPort - 1]; }
@@ -21,8 +18,6 @@ struct CUsbPc
     {
         COpdUsbDeviceTree tree(COpdUsbDeviceTree::StandardOpenDeviceFunction);
         EXPECT_EQ(tree.DumpUsbDeviceTree(folder / L"usb.txt", bBrief), HRESULT_FROM_WIN32(ERROR_NO_MORE_ITEMS));
-        EXPECT_EQ(io.OpenHandles(), 0u);
-        EXPECT_EQ(devices.OpenSets(), 0u);
         return ReadBytes(folder / L"usb.txt");
     }
     // What is told of that port of the root hub, up to the next one.

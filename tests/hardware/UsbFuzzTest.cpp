@@ -21,18 +21,14 @@ namespace
 
 constexpr auto OpenDevice = COpdUsbDeviceInfo::StandardOpenDeviceFunction;
 
-struct UsbFuzz : ::testing::Test
+struct UsbFuzz : ::testing::Test, CFakeUsbPc
 {
-    CFakePcDevices devices;
-    CFakePcIo io;
-    CFakePcUsb usb{ TEST_DATA L"\\hardware\\UsbPc.txt", devices, io };
     CFuzz fuzz{ 6, io };
 
     UsbFuzz()
     {
         usb.Tamper = [this](CFakeRequest& rRequest, DWORD& rdwError) { fuzz.Tamper(rRequest, rdwError); };
     }
-    ~UsbFuzz() override { EXPECT_EQ(io.OpenHandles(), 0u); }
 };
 
 TEST_F(UsbFuzz, ParsersStandGarbage)

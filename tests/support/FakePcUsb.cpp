@@ -1,5 +1,7 @@
 #include "support/FakePcUsb.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -194,12 +196,12 @@ DWORD CFakePcUsb::AnswerHub(CFakeUsbHub& rHub, CFakeRequest& rRequest) const
                                     Le(2, NumberOf(rHub.Fields["characteristics"], 16)) + std::string(66, '\0') +
                                     Le(1, NumberOf(rHub.Fields["buspowered"])));
     DWORD dwPort = 0;
-    std::memcpy(&dwPort, rRequest.In.data(), std::min(rRequest.In.size(), sizeof dwPort));
+    std::copy_n(rRequest.In.begin(), std::min(rRequest.In.size(), sizeof dwPort), reinterpret_cast<BYTE*>(&dwPort));
     if (dwPort - 1 >= rHub.Ports.size())
         return ERROR_INVALID_PARAMETER;
     CFakeUsbPort& rPort = rHub.Ports[dwPort - 1];
     const std::string sKey = rPort.Fields["key"], sExternal = rPort.Fields["external"];
-    const std::string sPort(rRequest.In.begin(), rRequest.In.begin() + 4);
+    const std::string sPort = Le(4, dwPort);
     const bool bOld = rRequest.dwCode == 0x22040C;
     if (rRequest.dwCode == 0x220420 && !sKey.empty())
         return Answer(rRequest, NameRecord(sPort, sKey));
@@ -228,4 +230,10 @@ DWORD CFakePcUsb::AnswerHub(CFakeUsbHub& rHub, CFakeRequest& rRequest) const
     if (rRequest.In[7] == 3 && it != rPort.Strings.end())
         return Answer(rRequest, sHead + StringDescriptor(it->second));
     return ERROR_GEN_FAILURE;
+}
+
+CFakeUsbPc::~CFakeUsbPc()
+{
+    EXPECT_EQ(io.OpenHandles(), 0u);
+    EXPECT_EQ(devices.OpenSets(), 0u);
 }
