@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "hardware/OpdUsbDeviceInfo.h"
-#include "support/FakePcUsb.h"
+#include "support/FakeUsbPc.h"
 #include "support/TestFolder.h"
 
 namespace

@@ -4,7 +4,7 @@
 
 #include "hardware/OpdUsbDeviceTree.h"
 #include "hardware/SamplePc.h"
-#include "support/FakePcUsb.h"
+#include "support/FakeUsbPc.h"
 
 namespace
 {

@@ -11,7 +11,7 @@
 #include "hardware/OpdUsbDeviceInfo.h"
 #include "hardware/OpdUsbDeviceTree.h"
 #include "sptioctl/StdIoCtlStdUtil.h"
-#include "support/FakePcUsb.h"
+#include "support/FakeUsbPc.h"
 #include "support/FuzzRounds.h"
 
 using sptioctl::ISptIoCtl;

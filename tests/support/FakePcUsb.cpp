@@ -1,7 +1,5 @@
 #include "support/FakePcUsb.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -230,10 +228,4 @@ DWORD CFakePcUsb::AnswerHub(CFakeUsbHub& rHub, CFakeRequest& rRequest) const
     if (rRequest.In[7] == 3 && it != rPort.Strings.end())
         return Answer(rRequest, sHead + StringDescriptor(it->second));
     return ERROR_GEN_FAILURE;
-}
-
-CFakeUsbPc::~CFakeUsbPc()
-{
-    EXPECT_EQ(io.OpenHandles(), 0u);
-    EXPECT_EQ(devices.OpenSets(), 0u);
 }

@@ -64,13 +64,3 @@ private:
 
     CFakeFields m_Controller;
 };
-
-// The PC of tests/data/hardware/UsbPc.txt. Whatever was opened on it must be closed at its end.
-struct CFakeUsbPc
-{
-    ~CFakeUsbPc();
-
-    CFakePcDevices devices;
-    CFakePcIo io;
-    CFakePcUsb usb{ TEST_DATA L"\\hardware\\UsbPc.txt", devices, io };
-};
