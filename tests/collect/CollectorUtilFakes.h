@@ -94,13 +94,6 @@ inline DWORD GiveSized(const std::vector<BYTE>& Bytes, void* pBuffer, DWORD* pdw
     return bFits ? ERROR_SUCCESS : dwTooSmall;
 }
 
-// Lets a call fail as most of them do.
-inline BOOL FailWith(DWORD dwError)
-{
-    ::SetLastError(dwError);
-    return FALSE;
-}
-
 // A folder named "up" is, by its identity, the one that holds its parent.
 inline auto FakeJunctions()
 {

@@ -36,7 +36,7 @@ TEST(CollectorUtil, ListsAnyFolderInItsColumns)
         "FindFirstFileW", [](auto original, auto pPattern, auto pData) {
             if (!std::wstring_view(pPattern).ends_with(L"\\locked\\*"))
                 return original(pPattern, pData);
-            FailWith(ERROR_ACCESS_DENIED);
+            FailedCall(ERROR_ACCESS_DENIED);
             return INVALID_HANDLE_VALUE;
         });
     const CLogWatch watch;

@@ -38,7 +38,7 @@ TEST(SystemInfoCollector, WritesTheReport)
     std::string sTools;
     const auto process = FakeImport<decltype(::CreateProcessW)>("CreateProcessW", [&](auto, auto pLine, auto...) {
         sTools += "> " + Utf8(pLine) + "\r\n";
-        return FailWith(ERROR_FILE_NOT_FOUND);
+        return FailedCall(ERROR_FILE_NOT_FOUND);
     });
     for (const bool bSilent : { true, false })
         EXPECT_EQ(CSystemInfoCollector().Collect(folder / L"new\\out", bSilent), S_OK);
@@ -99,18 +99,18 @@ TEST(NtServiceCollector, ListsTheServicesUpToTheFirstFailure)
             *pnCount = *pnResume = std::min<DWORD>(nVisible, nSize / sizeof *pRows);
             *pnNeeded = (nVisible - *pnCount) * sizeof *pRows;
             std::transform(Services, Services + *pnCount, pRows, [](const auto& rService) { return rService.Status; });
-            return *pnNeeded == 0 || FailWith(ERROR_MORE_DATA);
+            return *pnNeeded == 0 || FailedCall(ERROR_MORE_DATA);
         });
     const auto config = FakeImport<decltype(::QueryServiceConfigW)>(
         "QueryServiceConfigW", [](auto hService, auto* pConfig, auto nSize, auto* pnNeeded) {
             *pnNeeded = sizeof *pConfig;
             if (nSize < sizeof *pConfig)
-                return FailWith(ERROR_INSUFFICIENT_BUFFER);
+                return FailedCall(ERROR_INSUFFICIENT_BUFFER);
             const auto& rService = Services[reinterpret_cast<std::size_t>(hService) - 1];
             *pConfig = {};
             pConfig->dwStartType = rService.dwStart;
             pConfig->lpBinaryPathName = Text(rService.pPath);
-            return TRUE;
+            return true;
         });
 
     const CTestFolder folder;
@@ -155,7 +155,7 @@ TEST(ProcessInfoCollector, ListsProcessesAndModules)
     std::size_t nProcess = 0, nModule = 0; // where the snapshots stand
     const auto token = WrapImport<decltype(::OpenProcessToken)>(
         "OpenProcessToken", [&](auto original, auto... arguments) {
-            return eState == NoPrivilege ? FailWith(ERROR_ACCESS_DENIED) : original(arguments...);
+            return eState == NoPrivilege ? FailedCall(ERROR_ACCESS_DENIED) : original(arguments...);
         });
     const auto adjust = FakeImport<decltype(::AdjustTokenPrivileges)>(
         "AdjustTokenPrivileges", [&](auto, auto bDisableAll, auto pNew, auto...) {
@@ -173,16 +173,16 @@ TEST(ProcessInfoCollector, ListsProcessesAndModules)
     const auto FillProcess = [&](auto, PROCESSENTRY32W* pEntry) {
         EXPECT_EQ(pEntry->dwSize, sizeof *pEntry);
         if (nProcess == std::size(Processes) || eState == NoPrivilege)
-            return FailWith(ERROR_NO_MORE_FILES);
+            return FailedCall(ERROR_NO_MORE_FILES);
         *pEntry = Processes[nProcess++];
-        return TRUE;
+        return true;
     };
     const auto FillModule = [&](auto, MODULEENTRY32W* pEntry) {
         EXPECT_EQ(pEntry->dwSize, sizeof *pEntry);
         if (nProcess != 2 || nModule == std::size(Modules))
-            return FailWith(ERROR_NO_MORE_FILES);
+            return FailedCall(ERROR_NO_MORE_FILES);
         *pEntry = Modules[nModule++];
-        return TRUE;
+        return true;
     };
     const auto firstProcess = FakeImport<decltype(::Process32FirstW)>("Process32FirstW", FillProcess);
     const auto nextProcess = FakeImport<decltype(::Process32NextW)>("Process32NextW", FillProcess);
