@@ -47,8 +47,8 @@ DWORD* FindRun(std::size_t nPages)
     return pRun;
 }
 
-// Null when there is no room. In a scope the end is exact, so the start is aligned no better than the size is; else up
-// to seven bytes lie between, which are looked at when the block is freed.
+// Null when there is no room. Up to seven bytes lie between a block's end and the page, in a scope one, as UTF-16 words
+// want their alignment; they are looked at when the block is freed.
 void* Allocate(std::size_t nSize)
 {
     const CLock lock;
@@ -63,7 +63,7 @@ void* Allocate(std::size_t nSize)
     BYTE* const pFirst = s_pPages + s_nNext * PageSize;
     if (!bKept && (pRun == std::end(s_aPages) || !::VirtualAlloc(pFirst, nRoom, MEM_COMMIT, PAGE_READWRITE)))
         return nullptr;
-    const std::size_t nSlack = CGuardPages::s_nScopes != 0 ? 0 : (nRoom - nSize) % 8;
+    const std::size_t nSlack = (nRoom - nSize) % (CGuardPages::s_nScopes != 0 ? sizeof(wchar_t) : 8);
     std::fill_n(pRun, nPages, Inner);
     *pRun = static_cast<DWORD>(nPages);
     pRun[nPages - 1] -= static_cast<DWORD>(nSlack);
