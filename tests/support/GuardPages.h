@@ -4,8 +4,8 @@
 
 #include <atomic>
 
-// Has them for as long as it lives, and each block of an even size ends right there. What is freed meanwhile is used again at
-// once, which is twenty times as fast; else nobody may touch it any more either.
+// Has them for as long as it lives, and each block of an even size ends right there. What is freed meanwhile is used
+// again at once, which is twenty times as fast; else nobody may touch it any more either.
 class CGuardPages
 {
 public:
