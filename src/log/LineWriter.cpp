@@ -1,18 +1,6 @@
 #include "log/LineWriter.h"
 
-#include <cwchar>
-
-#include "platform/AnsiText.h"
 #include "platform/HResult.h"
-
-namespace
-{
-
-// In characters, without the terminator.
-constexpr std::size_t MaxText = 2047;
-constexpr std::size_t MaxLineEnd = 2;
-
-} // namespace
 
 void CLineWriter::OpenFile(const CFunctionLog& log, const std::wstring& sPath)
 {
@@ -23,7 +11,8 @@ void CLineWriter::OpenFile(const CFunctionLog& log, const std::wstring& sPath)
         log.ThrowCode(LastErrorResult(), L"CAtlFile::Create( \"%s\" ) failed. [0x%08X]", sPath);
 }
 
-HRESULT CLineWriter::WriteText(opLogSys::CFunctionName function, const wchar_t* pLineEnd, const wchar_t* pFormat, ...)
+HRESULT CLineWriter::WriteText(opLogSys::CFunctionName function, std::wstring_view sLineEnd, const wchar_t* pFormat,
+                               ...)
 {
     std::va_list args;
     va_start(args, pFormat);
@@ -34,16 +23,16 @@ HRESULT CLineWriter::WriteText(opLogSys::CFunctionName function, const wchar_t* 
         if (pFormat == nullptr)
             log.Fail(E_POINTER, L"pFormatMsg == NULL");
 
-        wchar_t aText[MaxText + MaxLineEnd + 1];
+        wchar_t aText[MaxText + 1 + MaxLineEnd];
         const int nLength = FormatTo({ aText, MaxText + 1 }, pFormat, args);
         if (nLength < 0)
             log.Fail(E_FAIL, L"::_vsntprintf_s() failed. [%d]", nLength);
 
-        // A listing has hundreds of thousands of lines: each costs one conversion, and all share one block of memory.
-        std::wcscat(aText, pLineEnd);
-        ToNarrow(aText, CP_THREAD_ACP, m_sBytes);
+        // A listing has hundreds of thousands of lines: each costs one conversion and no memory.
+        const std::size_t nText = static_cast<std::size_t>(nLength) + sLineEnd.copy(aText + nLength, sLineEnd.size());
+        const std::size_t nBytes = ToNarrow({ aText, nText }, CP_THREAD_ACP, m_Bytes);
         DWORD dwWritten = 0;
-        if (!::WriteFile(m_hFile.Get(), m_sBytes.data(), static_cast<DWORD>(m_sBytes.size()), &dwWritten, nullptr))
+        if (!::WriteFile(m_hFile.Get(), m_Bytes.data(), static_cast<DWORD>(nBytes), &dwWritten, nullptr))
             log.ThrowCode(LastErrorResult(), L"CAtlFile::Write() failed. [0x%08X]");
     });
     va_end(args);

@@ -4,8 +4,11 @@
 #pragma once
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "log/FunctionLog.h"
+#include "platform/AnsiText.h"
 #include "platform/Handle.h"
 
 // What a user of the writer is called in the log.
@@ -35,16 +38,22 @@ public:
 
 protected:
     // The names live as long as the program.
-    explicit CLineWriter(const CLineWriterNames& rNames) : m_rNames(rNames) {}
+    explicit CLineWriter(const CLineWriterNames& rNames) : m_rNames(rNames), m_Bytes((MaxText + MaxLineEnd) * MaxNarrow)
+    {
+    }
     ~CLineWriter() = default;
 
     // Creates or empties the file, for this writer alone; throws through its caller's log.
     void OpenFile(const CFunctionLog& log, const std::wstring& sPath);
-    HRESULT WriteText(opLogSys::CFunctionName function, const wchar_t* pLineEnd, const wchar_t* pFormat, ...);
+    HRESULT WriteText(opLogSys::CFunctionName function, std::wstring_view sLineEnd, const wchar_t* pFormat, ...);
 
     const CLineWriterNames& m_rNames;
 
 private:
+    // In characters, without the terminator.
+    static constexpr std::size_t MaxText = 2047;
+    static constexpr std::size_t MaxLineEnd = 2;
+
     CFileHandle m_hFile;
-    std::string m_sBytes; // of the last line; only its room is of use
+    std::vector<char> m_Bytes; // room for a line
 };

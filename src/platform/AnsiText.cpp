@@ -1,20 +1,18 @@
 #include "platform/AnsiText.h"
 
-void ToNarrow(std::wstring_view sText, UINT nCodePage, std::string& rsBytes)
+std::size_t ToNarrow(std::wstring_view sText, UINT nCodePage, std::span<char> Bytes)
 {
-    const auto nLength = static_cast<int>(sText.size());
-    // No code page needs more than four bytes for a character, and a UTF-16 word is at most three in UTF-8.
-    rsBytes.resize(sText.size() * 4);
-    const int nBytes = nLength == 0 ? 0
-                                    : ::WideCharToMultiByte(nCodePage, 0, sText.data(), nLength, rsBytes.data(),
-                                                            static_cast<int>(rsBytes.size()), nullptr, nullptr);
-    rsBytes.resize(nBytes > 0 ? static_cast<std::size_t>(nBytes) : 0);
+    if (sText.empty())
+        return 0;
+    const int nBytes = ::WideCharToMultiByte(nCodePage, 0, sText.data(), static_cast<int>(sText.size()), Bytes.data(),
+                                             static_cast<int>(Bytes.size()), nullptr, nullptr);
+    return nBytes > 0 ? static_cast<std::size_t>(nBytes) : 0;
 }
 
 std::string ToNarrow(std::wstring_view sText, UINT nCodePage)
 {
-    std::string sBytes;
-    ToNarrow(sText, nCodePage, sBytes);
+    std::string sBytes(sText.size() * MaxNarrow, '\0');
+    sBytes.resize(ToNarrow(sText, nCodePage, sBytes));
     return sBytes;
 }
 
