@@ -77,10 +77,10 @@ class CFakeVersions
 template <typename Row>
 std::vector<BYTE> TableOf(const std::vector<DWORD>& Head, const std::vector<Row>& Rows)
 {
-    const std::size_t nHead = Head.size() * sizeof(DWORD);
-    std::vector<BYTE> Bytes(nHead + Rows.size() * sizeof(Row));
-    std::memcpy(Bytes.data(), Head.data(), nHead);
-    std::copy(Rows.begin(), Rows.end(), reinterpret_cast<Row*>(Bytes.data() + nHead));
+    const std::size_t nHead = Head.size() * sizeof(DWORD), nRows = Rows.size() * sizeof(Row);
+    std::vector<BYTE> Bytes(nHead + nRows);
+    std::copy_n(reinterpret_cast<const BYTE*>(Head.data()), nHead, Bytes.data());
+    std::copy_n(reinterpret_cast<const BYTE*>(Rows.data()), nRows, Bytes.data() + nHead);
     return Bytes;
 }
 
