@@ -11,6 +11,9 @@ LONG g_nObjects = 0;
 namespace
 {
 
+// An address that nobody may touch, and that no compiler knows: a strict build would trap a null pointer.
+volatile ULONG_PTR s_nNowhere = 4;
+
 struct CClassRow
 {
     CLSID clsid;
@@ -94,7 +97,7 @@ public:
         if (m_Behavior.Has(L"throw-construct"))
             RaiseForeign();
         if (m_Behavior.Has(L"fault-construct"))
-            *static_cast<volatile int*>(nullptr) = 1;
+            *reinterpret_cast<volatile int*>(s_nNowhere) = 1;
         if (m_Behavior.Has(L"fail-object"))
             return E_ACCESSDENIED;
         if (m_Behavior.Has(L"null-object"))

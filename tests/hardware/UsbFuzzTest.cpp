@@ -33,8 +33,8 @@ struct UsbFuzz : ::testing::Test, CFakeUsbPc
 
 TEST_F(UsbFuzz, ParsersStandGarbage)
 {
-    const std::vector<BYTE> Odd(13);
-    ASSERT_TRUE(::IsBadReadPtr(Odd.data() + Odd.size(), 1)) << "no guard page";
+    const std::vector<BYTE> Block(14);
+    ASSERT_TRUE(::IsBadReadPtr(Block.data() + Block.size(), 1)) << "no guard page";
     std::size_t nRecords = 0;
     const unsigned nRounds = FuzzRounds(40000);
     for (unsigned nRound = 0; nRound < nRounds; ++nRound)
