@@ -33,7 +33,7 @@ public:
     DWORD AskLength()
     {
         BYTE aRecord[2 * sizeof(DWORD) + sizeof(WCHAR)] = {};
-        Send(aRecord, static_cast<DWORD>(m_nNameAt + sizeof(WCHAR)));
+        Send(aRecord, static_cast<DWORD>(m_nNameAt) + sizeof(WCHAR));
         std::memcpy(&m_dwLength, aRecord + m_nNameAt - sizeof(DWORD), sizeof m_dwLength);
         return m_dwLength;
     }

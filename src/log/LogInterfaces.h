@@ -102,7 +102,7 @@ void Quietly(const Action& action) noexcept
     {
         action();
     }
-    catch (const std::exception&)
+    catch (const std::exception&) // NOLINT(bugprone-empty-catch)
     {
     }
 }

@@ -1,5 +1,6 @@
 #include "log/OutputErrorLogIO.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "log/LogFile.h"
@@ -82,8 +83,9 @@ LONG COutputErrorLogIO::Open()
 
 LONG COutputErrorLogIO::Close()
 {
-    if (m_nOpen > 0 && --m_nOpen == 0)
+    if (m_nOpen == 1)
         Quietly([this] { CloseFile(); });
+    m_nOpen = std::max(m_nOpen - 1, 0L);
     const LONG nOpen = m_nOpen;
     m_pMutex->Unlock();
     m_Lock.Unlock();

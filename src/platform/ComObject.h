@@ -38,7 +38,8 @@ public:
     void Unreference() { ::InterlockedDecrement(&m_nReferences); }
 
 protected:
-    virtual ~CComObjectT() = default; // behind the slots of the interface
+    // Behind the slots of the interface, which need not have one.
+    virtual ~CComObjectT() = default; // NOLINT(modernize-use-override)
 
 private:
     LONG m_nReferences = 0;

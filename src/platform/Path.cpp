@@ -42,7 +42,7 @@ std::wstring DirectoryPart(std::wstring_view sPath)
 
 std::wstring WithoutTrailingBackslash(std::wstring sPath)
 {
-    while (sPath.ends_with(L'\\') && !(sPath.size() == 3 && sPath[1] == L':'))
+    while (sPath.ends_with(L'\\') && (sPath.size() != 3 || sPath[1] != L':'))
         sPath.pop_back();
     return sPath;
 }

@@ -51,7 +51,8 @@ std::vector<BYTE> MakeBlock(const CFunctionLog& log, DWORD dwDataSize)
         if (nBlock <= std::numeric_limits<DWORD>::max())
             return std::vector<BYTE>(static_cast<std::size_t>(nBlock));
     }
-    catch (const std::exception&) // no memory, or more than a vector can ever hold
+    // No memory, or more than a vector can ever hold.
+    catch (const std::exception&) // NOLINT(bugprone-empty-catch)
     {
     }
     log.Throw(E_OUTOFMEMORY, L"CHeapPtr<UINT8>::AllocateBytes( %I64u ) failed.", nBlock);
