@@ -150,7 +150,7 @@ Figures TimeTree(Arguments ppArguments)
 {
     constexpr DEVINST Children = 10;
     const CFakeNode node{ .Properties = { { CM_DRP_DEVICEDESC, FakeText(L"A device") },
-                                          { CM_DRP_CAPABILITIES, FakeNumber(4) } } };
+                                          { CM_DRP_CAPABILITIES, { REG_DWORD, std::string("\4\0\0\0", 4) } } } };
     CFakePcDevices pc;
     for (int n = 0; n < ::_wtoi(ppArguments[1]); ++n)
         pc.Add((static_cast<DEVINST>(n) + Children - 1) / Children, node);
