@@ -39,7 +39,9 @@ SHA_TARGET inline void SixteenSteps(__m128i& rABCD, __m128i& rE0, __m128i& rE1, 
 
 } // namespace
 
-SHA_TARGET void CSha1::HardwareTransform(UINT32* pState, const BYTE* pBlocks, std::size_t nBlocks)
+// The platform aligns a thread's stack to 4 bytes; vectors that are spilled to it want 16.
+SHA_TARGET [[gnu::force_align_arg_pointer]] void CSha1::HardwareTransform(UINT32* pState, const BYTE* pBlocks,
+                                                                          std::size_t nBlocks)
 {
     const __m128i Swap = _mm_set_epi64x(0x0001020304050607, 0x08090A0B0C0D0E0F);
     __m128i ABCD = _mm_shuffle_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(pState)), 0x1B);
