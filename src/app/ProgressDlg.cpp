@@ -125,7 +125,7 @@ BOOL CProgressDlg::ProcessWindowMessage(HWND, UINT nMessage, WPARAM, LPARAM, LRE
     if (nMessage == WM_INITDIALOG)
     {
         OnInitDialog();
-        return TRUE;
+        return FALSE; // TRUE would give the window, still hidden, the focus, and so the foreground
     }
     if (nMessage == m_umsg_UpdateProgress)
     {

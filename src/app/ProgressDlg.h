@@ -10,6 +10,9 @@
 
 class CProgressDlg
 {
+protected:
+    virtual BOOL ProcessWindowMessage(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam, LRESULT& rlResult);
+
 public:
     CProgressDlg() = default;
     CProgressDlg(const CProgressDlg&) = delete;
@@ -35,7 +38,6 @@ public:
     std::wstring GetStatusText();
 
 protected:
-    virtual BOOL ProcessWindowMessage(HWND hWnd, UINT nMessage, WPARAM wParam, LPARAM lParam, LRESULT& rlResult);
     virtual DLGPROC GetDialogProc();
     virtual void OnFinalMessage(HWND) {}
 
