@@ -84,20 +84,29 @@ unsigned CComInfoChecker::CComObjectChecker::MainThread()
     return log.Result(static_cast<unsigned>(-1));
 }
 
+template <typename Test>
+HRESULT CComInfoChecker::CComObjectChecker::WithObject(Test fTest)
+{
+    const CComApartment apartment(m_dwApartment);
+    if (!StartApartment(apartment, m_dwApartment))
+        return apartment.GetResult();
+    CObjectRef<IUnknown> pObject;
+    const HRESULT hr = fTest(pObject);
+    pObject.Release();
+    return hr;
+}
+
 HRESULT CComInfoChecker::CComObjectChecker::CheckObject()
 {
     CFunctionLog log;
-    return log.Run([&]() -> HRESULT {
-        const CComApartment apartment(m_dwApartment);
-        if (!StartApartment(apartment, m_dwApartment))
-            return apartment.GetResult();
-        CObjectRef<IUnknown> pObject;
-        const HRESULT hr = CFunctionLog::Try([&] { TestObject(log, pObject); });
-        // While the object lives, so that the set holds what it has pulled in.
-        ScanModules();
-        Revoke();
-        pObject.Release();
-        return hr;
+    return log.Run([&] {
+        return WithObject([&](CObjectRef<IUnknown>& rObject) {
+            const HRESULT hr = CFunctionLog::Try([&] { TestObject(log, rObject); });
+            // While the object lives, so that the set holds what it has pulled in.
+            ScanModules();
+            Revoke();
+            return hr;
+        });
     });
 }
 
@@ -168,7 +177,7 @@ void CComInfoChecker::CComObjectChecker::CheckNotRegistered(const CFunctionLog& 
 {
     if (EqualsNoCase(m_rInfo.sFilePath, Anywhere))
         return;
-    if (IsSamePath(GetComRegFilePath(log), m_rInfo.sFilePath))
+    if (IsSamePath(GetComRegFilePath(), m_rInfo.sFilePath))
         EndTest(log, E_FAIL, L"Failed: \"%s\" registered.", m_rInfo.sName);
 }
 
@@ -183,25 +192,32 @@ void CComInfoChecker::CComObjectChecker::Revoke()
 HRESULT CComInfoChecker::CComObjectChecker::CheckObjectForSxSDummy()
 {
     CFunctionLog log;
-    return log.Run([&]() -> HRESULT {
-        const CComApartment apartment(m_dwApartment);
-        if (!StartApartment(apartment, m_dwApartment))
-            return apartment.GetResult();
-        CObjectRef<IUnknown> pObject;
-        const HRESULT hr = CFunctionLog::Try([&] {
-            if (SUCCEEDED(pObject.Create(m_rInfo.clsid, IID_IUnknown)))
-                EndTest(log, E_FAIL, L"Failed: CoCreateInstance() succeeded.[%s][name:\"%s\" %s]",
-                        ApartmentText(m_dwApartment), m_rInfo.sName, GuidText(log, m_rInfo.clsid));
-            CheckNotRegistered(log);
+    return log.Run([&] {
+        return WithObject([&](CObjectRef<IUnknown>& rObject) {
+            return CFunctionLog::Try([&] {
+                if (SUCCEEDED(rObject.Create(m_rInfo.clsid, IID_IUnknown)))
+                    EndTest(log, E_FAIL, L"Failed: CoCreateInstance() succeeded.[%s][name:\"%s\" %s]",
+                            ApartmentText(m_dwApartment), m_rInfo.sName, GuidText(log, m_rInfo.clsid));
+                CheckNotRegistered(log);
+            });
         });
-        pObject.Release();
-        return hr;
     });
 }
 
-unsigned CComInfoChecker::CComObjectChecker::CheckInterfaceCatching(DWORD dwApartment)
+unsigned CComInfoChecker::CComObjectChecker::CheckInterfaceSTA()
 {
     CFunctionLog log;
+    return CheckInterfaceCatching(log, COINIT_APARTMENTTHREADED);
+}
+
+unsigned CComInfoChecker::CComObjectChecker::CheckInterfaceMTA()
+{
+    CFunctionLog log;
+    return CheckInterfaceCatching(log, COINIT_MULTITHREADED);
+}
+
+unsigned CComInfoChecker::CComObjectChecker::CheckInterfaceCatching(CFunctionLog& log, DWORD dwApartment)
+{
     try
     {
         return log.Result(static_cast<unsigned>(CheckInterface(dwApartment)));
@@ -269,8 +285,9 @@ bool CComInfoChecker::CComObjectChecker::StartApartment(const CComApartment& rAp
 }
 
 // Empty when the registry holds no path for the class.
-std::wstring CComInfoChecker::CComObjectChecker::GetComRegFilePath(const CFunctionLog& log) const
+std::wstring CComInfoChecker::CComObjectChecker::GetComRegFilePath() const
 {
+    const CFunctionLog log;
     return RegisteredServer(log, m_rInfo.clsid).value_or(std::wstring());
 }
 

@@ -27,9 +27,12 @@ private:
     // The thread's body, and those of the threads that ask for the object from another apartment. Their exit codes
     // mean nothing.
     unsigned MainThread();
-    unsigned CheckInterfaceSTA() { return CheckInterfaceCatching(COINIT_APARTMENTTHREADED); }
-    unsigned CheckInterfaceMTA() { return CheckInterfaceCatching(COINIT_MULTITHREADED); }
+    unsigned CheckInterfaceSTA();
+    unsigned CheckInterfaceMTA();
 
+    // Gives a test the place for its object, in an apartment of its own that outlives the object.
+    template <typename Test>
+    HRESULT WithObject(Test fTest);
     HRESULT CheckObject();
     void TestObject(const CFunctionLog& log, CObjectRef<IUnknown>& rObject);
     void AskAcross(const CFunctionLog& log, const CObjectRef<IUnknown>& rObject);
@@ -40,11 +43,11 @@ private:
     void Revoke();
 
     HRESULT CheckObjectForSxSDummy();
-    unsigned CheckInterfaceCatching(DWORD dwApartment);
+    unsigned CheckInterfaceCatching(CFunctionLog& log, DWORD dwApartment);
     HRESULT CheckInterface(DWORD dwApartment);
     void AskMarshalled(const CFunctionLog& log, DWORD dwApartment);
     bool StartApartment(const CComApartment& rApartment, DWORD dwApartment);
-    std::wstring GetComRegFilePath(const CFunctionLog& log) const;
+    std::wstring GetComRegFilePath() const;
     void ScanModules();
 
     // The two ways of a counted failure: one that goes on, and one that ends the test proper.
