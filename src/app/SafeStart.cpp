@@ -3,9 +3,11 @@
 // library than kernel32 and msvcrt, which the loader never looks for elsewhere. The tests do not link this file.
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "platform/FileIdentity.h"
 #include "platform/HResult.h"
 #include "platform/Path.h"
 #include "platform/SystemLibrary.h"
@@ -41,24 +43,23 @@ HMODULE LoadForImport(const wchar_t* pName)
 }
 
 // A folder that objects under test may take their helpers from, as they do in other programs: on a local drive, since
-// the system looks into it at once, and not the program's own.
-bool IsTrustedFolder(const std::wstring& sPath, const std::wstring& sOwnPath)
+// the system looks into it at once, and not the program's own, under whatever name.
+bool IsTrustedFolder(const std::wstring& sPath, const std::optional<CFileIdentity>& rOwn)
 {
     return sPath.size() > 2 && sPath[1] == L':' && sPath[2] == L'\\' &&
-           ::GetDriveTypeW(sPath.substr(0, 3).c_str()) == DRIVE_FIXED &&
-           ::_wcsicmp(WithoutTrailingBackslash(sPath).c_str(), sOwnPath.c_str()) != 0;
+           ::GetDriveTypeW(sPath.substr(0, 3).c_str()) == DRIVE_FIXED && IdentityOf(sPath) != rOwn;
 }
 
 void AddSearchPath(DLL_DIRECTORY_COOKIE(WINAPI* pAddDllDirectory)(PCWSTR))
 {
     std::wstring sPath(::GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
     sPath.resize(::GetEnvironmentVariableW(L"PATH", sPath.data(), static_cast<DWORD>(sPath.size())));
-    const std::wstring sOwnPath = ModuleDirPath();
+    const std::optional<CFileIdentity> own = IdentityOf(ModuleDirPath());
     for (std::size_t n = 0; n < sPath.size();)
     {
         const std::size_t nEnd = std::min(sPath.find(L';', n), sPath.size());
         const std::wstring sFolder = sPath.substr(n, nEnd - n);
-        if (IsTrustedFolder(sFolder, sOwnPath))
+        if (IsTrustedFolder(sFolder, own))
             pAddDllDirectory(sFolder.c_str());
         n = nEnd + 1;
     }
@@ -67,6 +68,8 @@ void AddSearchPath(DLL_DIRECTORY_COOKIE(WINAPI* pAddDllDirectory)(PCWSTR))
 void RestrictLibrarySearch()
 {
     ::SetDllDirectoryW(L""); // not from the current folder either
+    // Nor programs, by the command processor that the collectors start: it heeds this variable.
+    ::SetEnvironmentVariableW(L"NoDefaultCurrentDirectoryInExePath", L"1");
     const HMODULE hKernel = ::GetModuleHandleW(L"kernel32.dll");
     decltype(&::SetDefaultDllDirectories) pSetDefault = nullptr;
     decltype(&::AddDllDirectory) pAdd = nullptr;

@@ -18,6 +18,9 @@ constexpr const wchar_t* CsvHeader = L"\"FileName\",\"FileVersion\",\"FileDescri
                                      L"\"OriginalFilename\",\"CreationTime\",\"LastAccessTime\","
                                      L"\"LastWriteTime\",\"FileSize\",\"FileVersion\",\"FileAttributes\",\"FilePath\",";
 
+constexpr CFormat<std::wstring, HRESULT> EnumFailed(L"COpdFileHelper::EnumFiles( \"%s\" ) failed. [0x%08X]");
+constexpr CFormat<std::wstring, HRESULT> InfoFailed(L"COpdFileHelper::GetFileInfo( \"%s\" ) failed. [0x%08X]");
+
 // The version that a listing shows; a failure leaves it empty.
 std::wstring ModuleVersion(const CFileEntry& rFile)
 {
@@ -32,42 +35,55 @@ std::wstring ResourceVersion(const CFileVersions& rVersions)
     return sVersion;
 }
 
-// One text listing, folder by folder.
+// Joined with a pattern, an empty path would list the current folder.
+void RequireDirPath(const CFunctionLog& log, const std::wstring& sDirPath)
+{
+    if (sDirPath.empty())
+        log.Fail(E_INVALIDARG, L"sDirPath == empty");
+}
+
+// One text listing, folder by folder. What cannot be read is told in the report, where it is missing, and in the log.
 class CTextListing
 {
 public:
-    CTextListing(const CFunctionLog& log, CResultLog& rResultLog) : m_log(log), m_rResultLog(rResultLog) {}
+    explicit CTextListing(CResultLog& rResultLog) : m_rResultLog(rResultLog) {}
 
-    void List(const std::wstring& sDirPath)
+    HRESULT List(const std::wstring& sDirPath)
     {
-        const CFolderTrail::CVisit visit(m_Trail, sDirPath);
-        if (!visit.Entered())
-            return;
-        m_rResultLog.WriteLine(L"");
-        m_rResultLog.WriteLine(L"[%s]", sDirPath);
-        CFolderContents contents;
-        const HRESULT hr = ReadFolder(sDirPath, contents);
-        if (FAILED(hr))
-        {
-            m_rResultLog.WriteLine(L"COpdFileHelper::EnumFiles( \"%s\" ) failed. [0x%08X]", JoinPath(sDirPath, L"*"),
-                                   hr);
-            m_log.Throw(hr);
-        }
-        for (const CFileEntry& rFile : contents.Files)
-            WriteFile(rFile);
-        for (const CFileEntry& rFolder : contents.Folders)
-            // A subfolder that cannot be listed has its line; its neighbours follow.
-            CFunctionLog::Try([&] { List(rFolder.sPath); });
+        CFunctionLog log("CCollectorUtil::OutputFileInfos");
+        return log.Run([&] {
+            RequireDirPath(log, sDirPath);
+            const CFolderTrail::CVisit visit(m_Trail, sDirPath);
+            if (!visit.Entered())
+                return;
+            m_rResultLog.WriteLine(L"");
+            m_rResultLog.WriteLine(L"[%s]", sDirPath);
+            CFolderContents contents;
+            const HRESULT hr = ReadFolder(sDirPath, contents);
+            if (FAILED(hr))
+            {
+                const std::wstring sPattern = JoinPath(sDirPath, L"*");
+                m_rResultLog.WriteLine(EnumFailed, sPattern, hr);
+                log.ThrowCode(hr, EnumFailed, sPattern);
+            }
+            for (const CFileEntry& rFile : contents.Files)
+                WriteFile(log, rFile);
+            for (const CFileEntry& rFolder : contents.Folders)
+                List(rFolder.sPath); // its failure costs its own lines
+        });
     }
 
 private:
-    void WriteFile(const CFileEntry& rFile)
+    void WriteFile(const CFunctionLog& log, const CFileEntry& rFile)
     {
         FILETIME Creation{}, Access{}, Write{};
         ULONGLONG ullSize = 0;
         const HRESULT hr = COpdFileHelper::GetFileInfo(rFile.sPath, Creation, Access, Write, ullSize);
         if (FAILED(hr))
-            m_rResultLog.WriteLine(L"COpdFileHelper::GetFileInfo( \"%s\" ) failed. [0x%08X]", rFile.sPath, hr);
+        {
+            m_rResultLog.WriteLine(InfoFailed, rFile.sPath, hr);
+            log.Warning(InfoFailed, rFile.sPath, hr);
+        }
         m_rResultLog.WriteLine(L"  \"%s\", size: %d, time: \"%s\", ver: \"%s\", attr: 0x%08X", rFile.sName,
                                static_cast<DWORD>(ullSize), ListedTime(Write),
                                CCollectorUtil::IsModuleFile(rFile.sName) ? ModuleVersion(rFile)
@@ -75,7 +91,6 @@ private:
                                rFile.dwAttributes);
     }
 
-    const CFunctionLog& m_log;
     CResultLog& m_rResultLog;
     CFolderTrail m_Trail;
 };
@@ -84,32 +99,31 @@ private:
 class CCsvListing
 {
 public:
-    CCsvListing(const CFunctionLog& log, const std::wstring& sCsvPath) : m_log(log), m_sCsvPath(sCsvPath) {}
+    explicit CCsvListing(const std::wstring& sCsvPath) : m_sCsvPath(sCsvPath) {}
 
-    void List(const std::wstring& sDirPath)
+    HRESULT List(const std::wstring& sDirPath)
     {
-        const CFolderTrail::CVisit visit(m_Trail, sDirPath);
-        if (!visit.Entered())
-            return;
-        CFolderContents contents;
-        m_log.Check(ReadFolder(sDirPath, contents), L"COpdFileHelper::EnumFiles( \"%s\" ) failed. [0x%08X]",
-                    JoinPath(sDirPath, L"*"));
-        for (const CFileEntry& rFile : contents.Files)
-            WriteRow(rFile);
-        for (const CFileEntry& rFolder : contents.Folders)
-            ListSubfolder(rFolder.sPath);
+        CFunctionLog log("CCollectorUtil::_OutputVlmFileList");
+        return log.Run([&] {
+            const CFolderTrail::CVisit visit(m_Trail, sDirPath);
+            if (!visit.Entered())
+                return;
+            CFolderContents contents;
+            log.Check(ReadFolder(sDirPath, contents), EnumFailed, JoinPath(sDirPath, L"*"));
+            for (const CFileEntry& rFile : contents.Files)
+                WriteRow(log, rFile);
+            for (const CFileEntry& rFolder : contents.Folders)
+            {
+                // A subfolder that cannot be listed costs its own rows; a CSV that cannot be made ends the listing.
+                List(rFolder.sPath);
+                if (FAILED(m_hrOpen))
+                    log.Throw(m_hrOpen);
+            }
+        });
     }
 
 private:
-    // A subfolder that cannot be listed costs its own rows; a CSV that cannot be made ends the listing.
-    void ListSubfolder(const std::wstring& sDirPath)
-    {
-        const HRESULT hr = CFunctionLog::Try([&] { List(sDirPath); });
-        if (FAILED(hr) && FAILED(m_hrOpen))
-            m_log.Throw(hr);
-    }
-
-    void WriteRow(const CFileEntry& rFile)
+    void WriteRow(const CFunctionLog& log, const CFileEntry& rFile)
     {
         std::wstring sCreation, sAccess, sWrite;
         ULONGLONG ullSize = 0;
@@ -118,14 +132,14 @@ private:
         {
             // One of the three may be no date.
             sCreation = sAccess = sWrite = std::wstring();
-            m_log.Warning(L"COpdFileHelper::GetFileInfo( \"%s\" ) failed. [0x%08X]", rFile.sPath, hr);
+            log.Warning(InfoFailed, rFile.sPath, hr);
         }
         const CFileVersions versions(rFile.sPath);
         const std::wstring sVersion = CCollectorUtil::IsModuleFile(rFile.sName) ? ModuleVersion(rFile)
                                                                                 : ResourceVersion(versions);
         const std::wstring sProperties = PropertyColumns(versions);
         if (m_bFirstRow)
-            OpenCsv();
+            OpenCsv(log);
         m_Csv.WriteLine(L"\"%s\",%s\"%s\",\"%s\",\"%s\",\"%I64u\",\"%s\",\"0x%08X\",\"%s\"", rFile.sName, sProperties,
                         sCreation, sAccess, sWrite, ullSize, sVersion, rFile.dwAttributes, rFile.sPath);
     }
@@ -140,15 +154,14 @@ private:
         return sColumns;
     }
 
-    void OpenCsv()
+    void OpenCsv(const CFunctionLog& log)
     {
         m_hrOpen = m_Csv.Open(m_sCsvPath);
-        m_log.Check(m_hrOpen, L"COpdLogFile::Open( \"%s\" ) failed. [0x%08X]", m_sCsvPath);
+        log.Check(m_hrOpen, L"COpdLogFile::Open( \"%s\" ) failed. [0x%08X]", m_sCsvPath);
         m_Csv.WriteLine(L"%s", CsvHeader);
         m_bFirstRow = false;
     }
 
-    const CFunctionLog& m_log;
     std::wstring m_sCsvPath;
     COpdLogFile m_Csv;
     bool m_bFirstRow = true;
@@ -156,22 +169,11 @@ private:
     CFolderTrail m_Trail;
 };
 
-// Joined with a pattern, an empty path would list the current folder.
-void RequireDirPath(const CFunctionLog& log, const std::wstring& sDirPath)
-{
-    if (sDirPath.empty())
-        log.Fail(E_INVALIDARG, L"sDirPath == empty");
-}
-
 } // namespace
 
 HRESULT CCollectorUtil::OutputFileInfos(const std::wstring& sDirPath, CResultLog& rResultLog)
 {
-    CFunctionLog log;
-    return log.Run([&] {
-        RequireDirPath(log, sDirPath);
-        CTextListing(log, rResultLog).List(sDirPath);
-    });
+    return CTextListing(rResultLog).List(sDirPath);
 }
 
 HRESULT CCollectorUtil::OutputVlmFileList(const std::wstring& sDirPath, const std::wstring& sCsvPath)
@@ -179,8 +181,7 @@ HRESULT CCollectorUtil::OutputVlmFileList(const std::wstring& sDirPath, const st
     CFunctionLog log;
     return log.Run([&] {
         RequireDirPath(log, sDirPath);
-        CFunctionLog walkLog("CCollectorUtil::_OutputVlmFileList");
-        const HRESULT hr = walkLog.Run([&] { CCsvListing(walkLog, sCsvPath).List(sDirPath); });
-        log.Check(hr, L"CCollectorUtil::_OutputVlmFileList( \"%s\" ) failed. [0x%08X]", sDirPath);
+        log.Check(CCsvListing(sCsvPath).List(sDirPath),
+                  L"CCollectorUtil::_OutputVlmFileList( \"%s\" ) failed. [0x%08X]", sDirPath);
     });
 }

@@ -3,26 +3,19 @@
 #include <algorithm>
 
 #include "opdutility/OpdFileHelper.h"
-#include "platform/Handle.h"
 #include "platform/Path.h"
 
 bool CFolderTrail::Enter(const std::wstring& sDirPath)
 {
-    // A folder that cannot be opened has no identity: it goes on the trail as nothing, and the listing says what is
+    // No line of a listing could hold a path below that many folders.
+    if (m_Trail.size() == MaxDepth)
+        return false;
+    // Without an identity a folder goes on the trail as nothing: if it cannot be opened, the listing says what is
     // wrong.
-    CIdentity Identity{};
-    const CFileHandle hDir(::CreateFileW(sDirPath.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                         nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    BY_HANDLE_FILE_INFORMATION Info;
-    if (hDir && ::GetFileInformationByHandle(hDir.Get(), &Info))
-    {
-        Identity = { Info.dwVolumeSerialNumber, Info.nFileIndexHigh, Info.nFileIndexLow };
-        // Some file systems give every folder the number 0.
-        if ((Identity.dwIndexHigh != 0 || Identity.dwIndexLow != 0) &&
-            std::ranges::find(m_Trail, Identity) != m_Trail.end())
-            return false;
-    }
-    m_Trail.push_back(Identity);
+    const std::optional<CFileIdentity> identity = IdentityOf(sDirPath);
+    if (identity && std::ranges::find(m_Trail, identity) != m_Trail.end())
+        return false;
+    m_Trail.push_back(identity);
     return true;
 }
 

@@ -1,10 +1,11 @@
 // Walking a tree of folders for a listing: each folder's files, then its subfolders.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "platform/Win32.h"
+#include "platform/FileIdentity.h"
 
 struct CFileEntry
 {
@@ -34,7 +35,7 @@ public:
         CVisit(const CVisit&) = delete;
         CVisit& operator=(const CVisit&) = delete;
 
-        // False when the folder is open above already.
+        // False when the folder is open above already, or too deep to be listed.
         bool Entered() const { return m_bEntered; }
 
     private:
@@ -43,16 +44,11 @@ public:
     };
 
 private:
+    static constexpr std::size_t MaxDepth = 1024;
+
     bool Enter(const std::wstring& sDirPath);
 
-    struct CIdentity
-    {
-        DWORD dwVolume;
-        DWORD dwIndexHigh;
-        DWORD dwIndexLow;
-        bool operator==(const CIdentity&) const = default;
-    };
-    std::vector<CIdentity> m_Trail;
+    std::vector<std::optional<CFileIdentity>> m_Trail;
 };
 
 // The entries of one folder in the order of the platform, without "." and "..". A folder that is missing is empty; the
