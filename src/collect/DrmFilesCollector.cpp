@@ -76,29 +76,12 @@ bool IsEndless(const std::wstring& sSource)
     });
 }
 
-// Not every shell tells of a file that it could not copy.
-bool IsCopied(const std::vector<std::wstring>& rNames, const std::wstring& sSourceDirPath,
-              const std::wstring& sTargetDirPath)
-{
-    return std::ranges::all_of(rNames, [&](const std::wstring& sName) {
-        const auto Read = [&sName](const std::wstring& sDirPath, WIN32_FILE_ATTRIBUTE_DATA& rData) {
-            return ::GetFileAttributesExW(EntryPath(sDirPath, sName).c_str(), GetFileExInfoStandard, &rData) != FALSE;
-        };
-        WIN32_FILE_ATTRIBUTE_DATA Source, Target;
-        return Read(sTargetDirPath, Target) && Read(sSourceDirPath, Source) &&
-               ((Source.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ||
-                (Source.nFileSizeLow == Target.nFileSizeLow && Source.nFileSizeHigh == Target.nFileSizeHigh));
-    });
-}
-
 HRESULT copyFileOrDirectory(const std::wstring& sSource, const std::wstring& sTarget)
 {
     CFunctionLog log;
     return log.Run([&]() -> HRESULT {
         if (IsEndless(sSource))
             return HResultFromWin32(ERROR_CANT_RESOLVE_FILENAME);
-        std::vector<std::wstring> Names;
-        COpdFileHelper::EnumFiles(sSource, Names);
         const std::wstring sFrom = PathList(sSource);
         const std::wstring sTo = PathList(sTarget);
         SHFILEOPSTRUCTW Operation{};
@@ -109,9 +92,7 @@ HRESULT copyFileOrDirectory(const std::wstring& sSource, const std::wstring& sTa
         const int nError = ::SHFileOperationW(&Operation);
         if (Operation.fAnyOperationsAborted)
             return HResultFromWin32(ERROR_OPERATION_ABORTED);
-        if (nError != 0)
-            return HResultFromWin32(static_cast<DWORD>(nError));
-        return IsCopied(Names, DirectoryPart(sSource), sTarget) ? S_OK : HResultFromWin32(ERROR_WRITE_FAULT);
+        return nError != 0 ? HResultFromWin32(static_cast<DWORD>(nError)) : S_OK;
     });
 }
 
@@ -127,7 +108,6 @@ HRESULT CDrmFilesCollector::Collect(const std::wstring& sRepositoryDirPath, cons
         // Joined with an item an empty path would mean the root of the drive.
         if (sRepositoryDirPath.empty())
             log.Fail(E_INVALIDARG, L"sRepositoryDirPath == empty");
-        RequireFolder(log, sOutDirPath);
         for (const CCopyJob& rJob : MakeJobs(log, sRepositoryDirPath, bSxS))
             RunJob(log, rJob, sOutDirPath);
     });
