@@ -2,10 +2,10 @@
 
 #include <wincrypt.h>
 
-#include <new>
 #include <vector>
 
 #include "log/FunctionLog.h"
+#include "platform/Allocation.h"
 #include "platform/HResult.h"
 #include "platform/Handle.h"
 
@@ -37,14 +37,10 @@ constexpr DWORD Encodings = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 template <typename T>
 std::vector<T> Allocate(const CFunctionLog& log, DWORD nCount, const wchar_t* pName)
 {
-    try
-    {
-        return std::vector<T>(nCount);
-    }
-    catch (const std::bad_alloc&)
-    {
+    std::vector<T> Data;
+    if (!TryResize(Data, nCount))
         log.Throw(E_OUTOFMEMORY, L"%s.AllocateBytes( %u ) failed.", pName, nCount * sizeof(T));
-    }
+    return Data;
 }
 
 // The first signer: a CMSG_SIGNER_INFO with what it points to behind it.
@@ -96,8 +92,8 @@ HRESULT CFileCertificate::GetCertificateSubjectName(const std::wstring& sPath, s
 {
     CFunctionLog log("CFileInfoChecker::GetCertificateSubjectName");
     return log.Run([&] {
+        CHandleT<MessageTraits> hMessage; // closed after the store
         CHandleT<StoreTraits> hStore;
-        CHandleT<MessageTraits> hMessage;
         if (!::CryptQueryObject(CERT_QUERY_OBJECT_FILE, sPath.c_str(), CERT_QUERY_CONTENT_FLAG_PKCS7_SIGNED_EMBED,
                                 CERT_QUERY_FORMAT_FLAG_BINARY, 0, nullptr, nullptr, nullptr, hStore.Put(),
                                 hMessage.Put(), nullptr))

@@ -5,10 +5,13 @@
 #include <string_view>
 
 #include "check/CheckReport.h"
+#include "platform/Allocation.h"
 #include "platform/RegKey.h"
 
 namespace
 {
+
+constexpr DWORD MaxData = 64 * 1024 * 1024; // bytes; a value that claims to be larger cannot be read
 
 // The data as text, up to the first zero or to their end: registry data need not be terminated.
 std::wstring_view TextOf(const BYTE* pData, DWORD dwBytes)
@@ -79,9 +82,10 @@ HRESULT CRegistryInfoChecker::CheckRegistryInfo(const CRegistryInfo& rInfo)
                 sRoot, sKey, sValue, dwType, rInfo.dwType);
 
         // Some systems end a text of one byte with a zero character that the size does not tell.
-        std::vector<BYTE> Data(dwSize + sizeof(wchar_t));
+        std::vector<BYTE> Data;
         DWORD dwRead = dwSize;
-        if (::RegQueryValueExW(reg.Get(), sValue.c_str(), nullptr, &dwType, Data.data(), &dwRead) != ERROR_SUCCESS)
+        if (dwSize > MaxData || !TryResize(Data, dwSize + sizeof(wchar_t)) ||
+            ::RegQueryValueExW(reg.Get(), sValue.c_str(), nullptr, &dwType, Data.data(), &dwRead) != ERROR_SUCCESS)
             FailEntry(log, m_rResultLog, E_FAIL, L"Failed: Registry value can not read.[key:\"%s\\%s\"][value:\"%s\"]",
                       sRoot, sKey, sValue);
         if (!IsKnownType(rInfo.dwType))

@@ -6,6 +6,7 @@
 #include "collect/CollectorUtil.h"
 #include "log/FunctionLog.h"
 #include "log/ResultLog.h"
+#include "platform/Allocation.h"
 #include "platform/RegKey.h"
 
 namespace
@@ -82,10 +83,9 @@ HRESULT CCollectorUtil::OutputRegSubKeyData(HKEY hKey, CResultLog& rResultLog)
             if (::RegEnumValueW(hKey, nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS ||
                 ::RegQueryValueExW(hKey, aName, nullptr, &dwType, nullptr, &dwSize) != ERROR_SUCCESS)
                 return;
-            if (dwSize > MaxData)
-                log.Throw(E_OUTOFMEMORY, L"pData.Allocate( %d ) failed.", dwSize);
             // Some systems end a text of one byte with a zero character that the size does not tell.
-            Data.resize(dwSize + sizeof(wchar_t));
+            if (dwSize > MaxData || !TryResize(Data, dwSize + sizeof(wchar_t)))
+                log.Throw(E_OUTOFMEMORY, L"pData.Allocate( %d ) failed.", dwSize);
             if (::RegQueryValueExW(hKey, aName, nullptr, &dwType, Data.data(), &dwSize) != ERROR_SUCCESS)
                 return;
             Data.resize(std::min<std::size_t>(dwSize, Data.size()));

@@ -73,11 +73,10 @@ private:
     // Some calls tell the whole size, some what is missing: both together are enough for either.
     bool Grow(DWORD dwNeeded)
     {
-        const DWORD dwOld = m_dwSize;
         m_dwSize += std::min(dwNeeded, MaxSize);
         if (Allocate())
             return true;
-        m_dwSize = dwOld;
+        m_dwSize = 0;
         return false;
     }
 

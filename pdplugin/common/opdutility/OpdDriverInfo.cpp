@@ -2,9 +2,8 @@
 
 #include <psapi.h>
 
-#include <new>
-
 #include "log/FunctionLog.h"
+#include "platform/Allocation.h"
 #include "platform/HResult.h"
 
 namespace
@@ -19,14 +18,8 @@ std::vector<void*> LoadAddresses(const CFunctionLog& log)
     if (dwBytes == 0)
         log.Throw(E_FAIL, L"::EnumDeviceDrivers( NULL ) failed. [0x%08X]", LastErrorResult());
     std::vector<void*> Addresses;
-    try
-    {
-        Addresses.resize(dwBytes / sizeof(void*));
-    }
-    catch (const std::bad_alloc&)
-    {
+    if (!TryResize(Addresses, dwBytes / sizeof(void*)))
         log.Throw(E_OUTOFMEMORY, L"new UINT8[ %d ] failed.", dwBytes);
-    }
     const DWORD dwCapacity = dwBytes;
     if (!::EnumDeviceDrivers(Addresses.data(), dwCapacity, &dwBytes))
         log.Throw(E_FAIL, L"::EnumDeviceDrivers( %d ) failed. [0x%08X]", dwCapacity, LastErrorResult());
