@@ -177,8 +177,7 @@ HRESULT CKelvarinApp::CreateHwinfo(const CCmdLineParam& rParam)
     CFunctionLog log;
     const std::wstring& sOut = rParam.GetOutDirPath();
     return RunFrame(log, { { sOut, L"sOutDirPath" } }, [&] {
-        // Without a folder there is no file: its bare name would mean the current folder.
-        const std::wstring sPath = sOut.empty() ? std::wstring() : JoinPath(sOut, L"hwinfo.dat");
+        const std::wstring sPath = JoinPath(sOut, L"hwinfo.dat");
         const std::wstring sFailure = collectUniqueInfo(sPath);
         log.Error(L"collectUniqueInfo( %s ) [%s]", sPath, sFailure.empty() ? std::wstring(L"OK") : sFailure);
         return S_OK;

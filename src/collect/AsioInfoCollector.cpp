@@ -25,7 +25,6 @@ HRESULT CAsioInfoCollector::Collect(const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
-        RequireFolder(log, sOutDirPath);
         CRegKey reg;
         if (reg.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\ASIO", KEY_READ) != ERROR_SUCCESS)
             return;

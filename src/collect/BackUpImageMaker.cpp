@@ -36,8 +36,7 @@ HRESULT CBackUpImageMaker::MakeBackUpImage(const std::wstring& sOutDirPath)
         CObjectRef<IVlmBackup> pBackup;
         log.Check(ProductResult([&] { return pBackup.Create(CLSID_VlmBackup, IID_IVlmBackup); }),
                   L"CoCreateInstance( __uuidof(VlmBackup) ) failed.[0x%08X]");
-        RequireFolder(log, sOutDirPath);
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
+        log.Check(sOutDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
                   L"COpdDirectoryHelper::CreateDirectoryEx() failed.[0x%08X]");
         const CBstr sImagePath(JoinPath(sOutDirPath, L"license.vbk"));
         log.Check(ProductResult([&] {

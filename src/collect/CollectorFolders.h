@@ -5,10 +5,7 @@
 
 #include "log/FunctionLog.h"
 
-// Refuses an empty folder: joined with a name it would mean the current folder or the drive's root.
-void RequireFolder(const CFunctionLog& log, const std::wstring& sOutDirPath);
-
-// The folder with the missing ones above it; failed is the record of a failure.
+// Makes the folder with the missing ones above it, and refuses an empty one; failed is the record of a failure.
 void CreateOutputFolder(
     const CFunctionLog& log, const std::wstring& sOutDirPath,
     CFormat<std::wstring, HRESULT> failed = L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]");

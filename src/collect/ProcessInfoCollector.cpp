@@ -31,7 +31,6 @@ HRESULT CProcessInfoCollector::Collect(const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
-        RequireFolder(log, sOutDirPath);
         const CDebugPrivilege privilege;
         CreateOutputFolder(log, sOutDirPath);
         OpenReport(log, m_ResultLog, JoinPath(sOutDirPath, L"RunningProcesses.txt"));

@@ -119,10 +119,10 @@ std::wstring collectUniqueInfo(const std::wstring& sPath)
 {
     CFunctionLog log;
     std::wstring sFailure;
-    const auto Check = [&](HRESULT hr, const wchar_t* pCall) {
+    const auto Check = [&](HRESULT hr, const wchar_t* pCall, const std::wstring& sArgument) {
         if (SUCCEEDED(hr))
             return;
-        sFailure = FormatText(L"%s( \"%s\" ) failed. [0x%08X]", pCall, sPath, hr);
+        sFailure = FormatText(L"%s( \"%s\" ) failed. [0x%08X]", pCall, sArgument, hr);
         log.Throw(hr, L"%s", sFailure);
     };
     log.Run([&] {
@@ -131,13 +131,14 @@ std::wstring collectUniqueInfo(const std::wstring& sPath)
         AddProcessor(text);
         AddSystemVolume(text);
         AddAdapters(text);
+        // A bare name would mean the current folder.
         const std::wstring sDirPath = DirectoryPart(sPath);
         Check(sDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sDirPath),
-              L"COpdDirectoryHelper::CreateDirectoryEx");
+              L"COpdDirectoryHelper::CreateDirectoryEx", sDirPath);
         const CFileHandle hFile(
             ::CreateFileW(sPath.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        Check(hFile ? S_OK : LastErrorResult(), L"::CreateFile");
-        Check(WriteWhole(hFile, text.Bytes()), L"::WriteFile");
+        Check(hFile ? S_OK : LastErrorResult(), L"::CreateFile", sPath);
+        Check(WriteWhole(hFile, text.Bytes()), L"::WriteFile", sPath);
     });
     return sFailure;
 }
