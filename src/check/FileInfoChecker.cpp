@@ -201,9 +201,8 @@ HRESULT CFileInfoChecker::GetFileVersion(const CFileInfo& rInfo, std::wstring& r
     CFunctionLog log;
     return log.Run([&] {
         CVersionResource resource;
-        const DWORD dwError = resource.Load(rInfo.sPath);
-        if (dwError != ERROR_SUCCESS)
-            log.Throw(HResultFromWin32(dwError));
+        if (const HRESULT hr = resource.Load(rInfo.sPath); FAILED(hr))
+            log.Throw(hr);
         const auto version = resource.Fixed();
         if (!version)
             log.Throw(LastErrorResult());

@@ -42,7 +42,7 @@ private:
     static void WriteBlock(const CInstalled& rInstalled, std::span<const CProperty> Properties,
                            const wchar_t* pNameLabel, CResultLog& rText);
 
-    // A text of at most 1,024 characters.
+    // A text of at most 1,023 characters.
     static HRESULT GetStringProperty(const CRegKey& rKey, const wchar_t* pName, std::wstring& rsValue);
     static HRESULT GetDwordProperty(const CRegKey& rKey, const wchar_t* pName, DWORD& rdwValue);
 };

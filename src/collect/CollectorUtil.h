@@ -42,6 +42,8 @@ public:
     static HRESULT GetFileProperty(const std::wstring& sPath, Properties& rProperties);
     // The FileVersion string, each ", " made a "."; empty, with success, for a file that is missing or has no resource.
     static HRESULT GetFileVersion(const std::wstring& sPath, std::wstring& rsVersion);
+    // "name : version" with that version, or "name : Not Installed" where even the asking fails.
+    static std::wstring FileVersionLine(const std::wstring& sName, const std::wstring& sPath);
     // The fixed version; here a missing resource is a failure.
     static HRESULT GetFileVersion(const std::wstring& sPath, CFileVersion& rVersion);
     // The version of one of the product's own module files, by the path as it stands.

@@ -16,10 +16,10 @@ namespace
 // The translation of a loaded resource; throws E_FAIL, with its record, when there is none.
 CVersionResource::CTranslation TranslationOf(const CFunctionLog& log, const CFileVersions& rVersions)
 {
-    if (rVersions.Error() != ERROR_SUCCESS)
+    if (FAILED(rVersions.Error()))
     {
         log.Throw(E_FAIL, L"::GetFileVersionInfo( \"%s\", %u ) failed. [0x%08X]", rVersions.Path(),
-                  rVersions.Resource().Size(), HResultFromWin32(rVersions.Error()));
+                  rVersions.Resource().Size(), rVersions.Error());
     }
     const auto translation = rVersions.Resource().Translation();
     if (!translation)
@@ -30,7 +30,7 @@ CVersionResource::CTranslation TranslationOf(const CFunctionLog& log, const CFil
 
 } // namespace
 
-CFileVersions::CFileVersions(const std::wstring& sPath) : m_sPath(sPath), m_dwError(m_Resource.Load(sPath)) {}
+CFileVersions::CFileVersions(const std::wstring& sPath) : m_sPath(sPath), m_hrLoad(m_Resource.Load(sPath)) {}
 
 HRESULT CFileVersions::GetProperties(CCollectorUtil::Properties& rProperties) const
 {
@@ -42,7 +42,8 @@ HRESULT CFileVersions::GetProperties(CCollectorUtil::Properties& rProperties) co
         rProperties.clear();
         for (UINT32 n = 0; n < CCollectorUtil::PropertyNames.size(); ++n)
         {
-            if (const auto sText = m_Resource.String(translation, CCollectorUtil::PropertyNames[n]))
+            const auto sText = m_Resource.String(translation, CCollectorUtil::PropertyNames[n]);
+            if (sText && !sText->empty())
                 rProperties.emplace(n, *sText);
         }
     });
@@ -73,14 +74,19 @@ HRESULT CCollectorUtil::GetFileVersion(const std::wstring& sPath, std::wstring& 
     return CFileVersions(sPath).GetVersion(rsVersion);
 }
 
+std::wstring CCollectorUtil::FileVersionLine(const std::wstring& sName, const std::wstring& sPath)
+{
+    std::wstring sVersion;
+    return sName + (SUCCEEDED(GetFileVersion(sPath, sVersion)) ? L" : " + sVersion : L" : Not Installed");
+}
+
 HRESULT CCollectorUtil::GetFileVersion(const std::wstring& sPath, CFileVersion& rVersion)
 {
     CFunctionLog log;
     return log.Run([&] {
         CVersionResource resource;
-        const DWORD dwError = resource.Load(sPath);
-        if (dwError != ERROR_SUCCESS)
-            log.Throw(HResultFromWin32(dwError));
+        if (const HRESULT hr = resource.Load(sPath); FAILED(hr))
+            log.Throw(hr);
         const auto fixed = resource.Fixed();
         if (!fixed)
             log.Throw(LastErrorResult());

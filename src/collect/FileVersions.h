@@ -17,11 +17,11 @@ public:
 
     const std::wstring& Path() const { return m_sPath; }
     const CVersionResource& Resource() const { return m_Resource; }
-    // Of the reading: ERROR_SUCCESS, or what failed.
-    DWORD Error() const { return m_dwError; }
+    // Of the reading.
+    HRESULT Error() const { return m_hrLoad; }
 
 private:
     std::wstring m_sPath;
     CVersionResource m_Resource;
-    DWORD m_dwError;
+    HRESULT m_hrLoad;
 };

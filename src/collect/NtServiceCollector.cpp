@@ -51,10 +51,11 @@ HRESULT CNtServiceCollector::Collect(const std::wstring& sOutDirPath)
         CreateOutputFolder(log, sOutDirPath);
         log.Check(m_ResultLog.Open(JoinPath(sOutDirPath, L"NtService.txt"), true),
                   L"m_ResultLog.Open() failed. [0x%08X]");
-        const CServiceHandle hManager(::OpenSCManagerW(nullptr, nullptr, GENERIC_READ));
+        CServiceHandle hManager(::OpenSCManagerW(nullptr, nullptr, GENERIC_READ));
         if (!hManager)
             ThrowWin32(log, ::GetLastError(), L"::OpenSCManager() failed. [%d]");
         OutputServices(log, hManager.Get());
+        hManager.Close();
         m_Progress.Update(Range, L"Collecting NT Service Info...End");
     });
 }

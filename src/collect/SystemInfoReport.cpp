@@ -134,11 +134,7 @@ HRESULT CSystemInfoCollector::OutputFileVersion(const std::wstring& rcFileName, 
             log.Fail(E_INVALIDARG, L"rcFileName == empty");
         if (rcFilePath.empty())
             log.Fail(E_INVALIDARG, L"rcFilePath == empty");
-        std::wstring sVersion;
-        if (FAILED(CCollectorUtil::GetFileVersion(rcFilePath, sVersion)))
-            WriteLine(L"%s : Not Installed", rcFileName);
-        else
-            WriteLine(L"%s : %s", rcFileName, sVersion);
+        WriteLine(L"%s", CCollectorUtil::FileVersionLine(rcFileName, rcFilePath));
     });
 }
 

@@ -81,7 +81,8 @@ HRESULT CConfigFile::LoadEnvironment(IXMLDOMDocument* pDocument)
         m_wLanguage = static_cast<WORD>(::GetUserDefaultLCID() & 0x3FF);
         m_sSystemDirPath = ShellFolder(log, CSIDL_SYSTEM, L"CSIDL_SYSTEM");
         m_sProgramDirPath = ShellFolder(log, CSIDL_PROGRAM_FILES, L"CSIDL_PROGRAM_FILES");
-        LoadMachine(log);
+        if (FAILED(CFunctionLog::Try([&] { LoadMachine(log); })))
+            m_nMachine = Machine_Other;
         const HRESULT hr = COpdWow64::IsWow64(&m_bWow64);
         if (FAILED(hr))
         {
@@ -145,10 +146,7 @@ void CConfigFile::LoadMachine(const CFunctionLog& log)
     m_nMachine = Machine_Other;
     const HMODULE hKernel = ::GetModuleHandleW(L"kernel32");
     if (hKernel == nullptr)
-    {
-        log.Error(L"GetModuleHandle( \"kernel32\" ) failed.[0x%08X]", LastErrorResult());
-        return;
-    }
+        log.ThrowCode(LastErrorResult(), L"GetModuleHandle( \"kernel32\" ) failed.[0x%08X]");
     using GetNativeSystemInfoFn = void(WINAPI*)(SYSTEM_INFO*);
     const auto pGetNativeSystemInfo = reinterpret_cast<GetNativeSystemInfoFn>(
         reinterpret_cast<void*>(::GetProcAddress(hKernel, "GetNativeSystemInfo")));

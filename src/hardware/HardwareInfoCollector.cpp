@@ -229,11 +229,7 @@ HRESULT CHardwareInfoCollector::OutputFileVersion(const wchar_t* pName, const st
     return log.Run([&] {
         if (*pName == L'\0' || sPath.empty())
             log.Fail(E_INVALIDARG, L"invalid param!!");
-        std::wstring sVersion;
-        if (FAILED(CCollectorUtil::GetFileVersion(sPath, sVersion)))
-            WriteLine(L"%s : Not Installed", pName);
-        else
-            WriteLine(L"%s : %s", pName, sVersion);
+        WriteLine(L"%s", CCollectorUtil::FileVersionLine(pName, sPath));
     });
 }
 

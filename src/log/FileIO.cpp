@@ -117,10 +117,10 @@ void CFileIO::Flush()
 // A second process of the same second finds the name taken and counts on: "[01]" to "[99]", the last one in any case.
 void CFileIO::OpenFile()
 {
-    std::wstring sPath = m_sPath;
-    for (int n = 1; n <= 99 && FileExists(sPath); ++n)
-        sPath = WithNameTail(m_sPath, FormatText(L"[%02d]", n));
-    m_hFile = OpenLogFile(sPath, GENERIC_WRITE, nullptr, m_eEncoding);
+    const std::wstring sFirst = m_sPath;
+    for (int n = 1; n <= 99 && FileExists(m_sPath); ++n)
+        m_sPath = WithNameTail(sFirst, FormatText(L"[%02d]", n));
+    m_hFile = OpenLogFile(m_sPath, GENERIC_WRITE, nullptr, m_eEncoding);
 }
 
 } // namespace opLogSys::File

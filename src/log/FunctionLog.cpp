@@ -37,12 +37,24 @@ std::wstring BarBefore(const wchar_t* pMessage)
     return aLine;
 }
 
+// A group holds the file's lock: it must end even where its line cannot be made.
+class CGroup
+{
+public:
+    explicit CGroup(ILog& rLog) : m_rLog(rLog) { m_rLog.BeginGroup(); }
+    ~CGroup() { m_rLog.EndGroup(); }
+    CGroup(const CGroup&) = delete;
+    CGroup& operator=(const CGroup&) = delete;
+
+private:
+    ILog& m_rLog;
+};
+
 // Each line is a group of its own: that is what a file with autoflush flushes at.
 void WriteTrace(ILog& rLog, const std::wstring& sLine)
 {
-    rLog.BeginGroup();
+    const CGroup group(rLog);
     rLog.WriteNow(sLine.c_str());
-    rLog.EndGroup();
 }
 
 } // namespace

@@ -33,9 +33,8 @@ public:
     {
     public:
         explicit COpLogImp(COpLogUtil* pFacade) : m_pFacade(pFacade) {}
-        virtual ~COpLogImp() = default;
         virtual opLogSys::CLogSystem* GetLogSystem();
-        // Settings that other tools of the product read beside ours; nothing here breaks into a debugger.
+        // Offered to whoever debugs the program; nothing in it acts on them.
         virtual bool EnableBreakForAssert();
         virtual bool EnableBreakForWarning();
         virtual bool EnableBreakForThrow();
@@ -43,6 +42,7 @@ public:
         virtual bool EnableBreakForJudge();
         // True when the filter has entries.
         virtual bool IsLogOn();
+        virtual ~COpLogImp() = default;
 
     private:
         bool EnableBreak(const wchar_t* pValueName);

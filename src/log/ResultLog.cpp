@@ -15,7 +15,7 @@ std::wstring ProgramVersion()
 {
     wchar_t aPath[MAX_PATH] = L"";
     CVersionResource version;
-    if (::GetModuleFileNameW(nullptr, aPath, MAX_PATH) == 0 || version.Load(aPath) != ERROR_SUCCESS)
+    if (::GetModuleFileNameW(nullptr, aPath, MAX_PATH) == 0 || FAILED(version.Load(aPath)))
         return {};
     return version.FileVersionText();
 }

@@ -1,12 +1,18 @@
 // The lock of one process, and its scope.
 #pragma once
 
+#include "platform/HResult.h"
 #include "platform/Win32.h"
 
 class CSection
 {
 public:
-    CSection() { ::InitializeCriticalSection(&m_Section); }
+    // Throws the platform's HRESULT.
+    CSection()
+    {
+        if (!::InitializeCriticalSectionAndSpinCount(&m_Section, 0))
+            throw LastErrorResult(E_FAIL);
+    }
     ~CSection() { ::DeleteCriticalSection(&m_Section); }
     CSection(const CSection&) = delete;
     CSection& operator=(const CSection&) = delete;

@@ -9,10 +9,6 @@ std::wstring JoinPath(const std::wstring& sDirPath, const std::wstring& sName)
 {
     if (sName.empty())
         return sDirPath;
-    // As the shell has it: leading backslashes go, but for a path of another computer.
-    if (sDirPath.empty())
-        return sName.starts_with(L"\\\\") ? sName
-                                          : sName.substr(std::min(sName.find_first_not_of(L'\\'), sName.size()));
     // PathAppendW empties its buffer when the result would not fit.
     wchar_t aPath[MAX_PATH];
     if (sDirPath.size() < MAX_PATH)
@@ -21,6 +17,10 @@ std::wstring JoinPath(const std::wstring& sDirPath, const std::wstring& sName)
         if (::PathAppendW(aPath, sName.c_str()))
             return aPath;
     }
+    // As the shell has it: leading backslashes go, but for a path of another computer.
+    if (sDirPath.empty())
+        return sName.starts_with(L"\\\\") ? sName
+                                          : sName.substr(std::min(sName.find_first_not_of(L'\\'), sName.size()));
     return WithTrailingBackslash(sDirPath) + sName;
 }
 
@@ -68,7 +68,8 @@ bool FileExists(const std::wstring& sPath)
 std::wstring ModulePath()
 {
     std::wstring sPath(1024, L'\0');
-    sPath.resize(::GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size())));
+    const DWORD nLength = ::GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size()));
+    sPath.resize(nLength < sPath.size() ? nLength : 0); // a path that fills the buffer is cut
     return sPath;
 }
 

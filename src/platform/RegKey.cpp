@@ -17,10 +17,9 @@ DWORD CRegKey::QueryStringValue(const wchar_t* pName, std::wstring& sValue, DWOR
     if (dwType != REG_SZ && dwType != REG_EXPAND_SZ)
         return ERROR_INVALID_DATA;
     sData.resize(dwBytes / sizeof(wchar_t));
-    const auto nEnd = sData.find(L'\0');
-    if (nEnd == sData.npos && dwBytes != 0)
+    if (dwBytes % sizeof(wchar_t) != 0 || (!sData.empty() && sData.back() != L'\0'))
         return ERROR_INVALID_DATA;
-    sValue = sData.substr(0, nEnd);
+    sValue = sData.substr(0, sData.find(L'\0'));
     return ERROR_SUCCESS;
 }
 

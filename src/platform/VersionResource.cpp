@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/Format.h"
+#include "platform/HResult.h"
 #include "platform/Text.h"
 
 namespace
@@ -33,19 +34,19 @@ const void* Part(const std::vector<BYTE>& Data, const wchar_t* pQuery, UINT& rnL
 
 } // namespace
 
-DWORD CVersionResource::Load(const std::wstring& sPath)
+HRESULT CVersionResource::Load(const std::wstring& sPath)
 {
     DWORD dwIgnored = 0;
     m_Data.clear();
     m_dwSize = ::GetFileVersionInfoSizeW(sPath.c_str(), &dwIgnored);
     if (m_dwSize > MaxSize)
-        return ERROR_NOT_ENOUGH_MEMORY;
+        return E_OUTOFMEMORY;
     m_Data.resize(m_dwSize);
     if (m_dwSize != 0 && ::GetFileVersionInfoW(sPath.c_str(), 0, m_dwSize, m_Data.data()))
-        return ERROR_SUCCESS;
-    const DWORD dwError = ::GetLastError();
+        return S_OK;
+    const HRESULT hr = LastErrorResult();
     m_Data.clear();
-    return dwError != ERROR_SUCCESS ? dwError : ERROR_RESOURCE_DATA_NOT_FOUND;
+    return hr;
 }
 
 std::optional<CVersionResource::CFixed> CVersionResource::Fixed() const
@@ -73,7 +74,7 @@ std::optional<std::wstring> CVersionResource::String(CTranslation translation, c
     const std::wstring sQuery = FormatText(L"\\StringFileInfo\\%04x%04x\\%s", translation.wLanguage,
                                            translation.wCodePage, pKey);
     const void* const pValue = Part(m_Data, sQuery.c_str(), nLength);
-    if (pValue == nullptr || nLength == 0)
+    if (pValue == nullptr)
         return std::nullopt;
     // The length counts the terminator, and a damaged resource may count more than it holds.
     const auto nHeld = static_cast<std::size_t>(m_Data.data() + m_Data.size() - static_cast<const BYTE*>(pValue)) /

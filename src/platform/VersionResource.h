@@ -22,9 +22,8 @@ public:
         WORD wCodePage;
     };
 
-    // Reads the resource. Answers ERROR_SUCCESS or the last error of the call that failed; a file without the
-    // resource is a failure (Size is 0 then).
-    [[nodiscard]] DWORD Load(const std::wstring& sPath);
+    // Reads the resource; a file without one is a failure (Size is 0 then).
+    [[nodiscard]] HRESULT Load(const std::wstring& sPath);
     // The size that the platform told, also when the reading failed afterwards; 0: there is no resource.
     DWORD Size() const { return m_dwSize; }
 
@@ -32,7 +31,7 @@ public:
     [[nodiscard]] std::optional<CFixed> Fixed() const;
     // The first translation entry.
     [[nodiscard]] std::optional<CTranslation> Translation() const;
-    // A string of the given translation; without a value when there is no such key or its text is empty.
+    // A string of the given translation; without a value when there is no such key.
     [[nodiscard]] std::optional<std::wstring> String(CTranslation translation, const wchar_t* pKey) const;
 
     // The "FileVersion" string of the first translation, each ", " made a "."; empty when there is none.

@@ -30,20 +30,20 @@ TEST(ModuleVersion, ReadsSignedWordsOfEachKind)
 TEST(VersionResource, IsReadFromAnyFile)
 {
     CVersionResource version;
-    ASSERT_EQ(version.Load(ModulePath()), ERROR_SUCCESS);
+    ASSERT_EQ(version.Load(ModulePath()), S_OK);
     EXPECT_EQ(version.FileVersionText(), L"1.0.0.0");
 
     const CTestFolder folder;
-    EXPECT_NE(version.Load(folder.Write(L"plain.txt", "no module")), ERROR_SUCCESS);
+    EXPECT_TRUE(FAILED(version.Load(folder.Write(L"plain.txt", "no module"))));
     EXPECT_EQ(version.FileVersionText(), L"");
-    EXPECT_EQ(version.Load(folder / L"missing"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(version.Load(folder / L"missing"), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
 
     const std::string sDll = ReadBytes(L"C:\\windows\\system32\\version.dll");
     for (std::size_t n = 0; n < 16; ++n)
     {
-        const DWORD dwStatus = version.Load(folder.Write(L"cut.dll", sDll.substr(0, sDll.size() * n / 16)));
-        EXPECT_TRUE(dwStatus != ERROR_SUCCESS || version.Size() != 0) << n;
-        EXPECT_TRUE(n > 0 || dwStatus != ERROR_SUCCESS);
+        const HRESULT hr = version.Load(folder.Write(L"cut.dll", sDll.substr(0, sDll.size() * n / 16)));
+        EXPECT_TRUE(FAILED(hr) || version.Size() != 0) << n;
+        EXPECT_TRUE(n > 0 || FAILED(hr));
         EXPECT_THAT(version.FileVersionText(), testing::SizeIs(testing::Le(32u)));
     }
 }

@@ -17,14 +17,9 @@ constexpr DWORD AllEvents = 1215;
 
 } // namespace
 
-COpdThread::~COpdThread()
-{
-    End();
-}
-
 void COpdThread::End()
 {
-    CFunctionLog log;
+    CFunctionLog log("COpdThread::~COpdThread");
     const CSectionScope lock(m_Lock);
     if (m_hThread == nullptr)
         return;

@@ -10,13 +10,18 @@
 // them blocks until the wait ends. The lock is re-entrant for the thread that waits.
 class COpdThread
 {
+protected:
+    // The body, on the new thread; gives the exit code. It must not use this object while another thread waits on it.
+    virtual unsigned Main() = 0;
+
 public:
+    // Throws the result code of a lock that cannot be made.
     COpdThread() = default;
     COpdThread(const COpdThread&) = delete;
     COpdThread& operator=(const COpdThread&) = delete;
 
     // A class that implements Main calls End in its own destructor: Main is gone when this one runs.
-    virtual ~COpdThread();
+    virtual ~COpdThread() = default;
 
     // pSecurity is ignored. E_FAIL when a thread is held already.
     virtual HRESULT BeginThread(void* pSecurity, unsigned nStackSize, unsigned nCreationFlags);
@@ -40,9 +45,6 @@ public:
     virtual HRESULT WaitThreadWithMessagePump(DWORD dwTimeout);
 
 protected:
-    // The body, on the new thread; gives the exit code. It must not use this object while another thread waits on it.
-    virtual unsigned Main() = 0;
-
     // Waits up to 5 seconds for a running thread and gives its handle back in any case; the thread is never killed. A
     // body that may outlive its object has to be waited for before.
     void End();
