@@ -9,8 +9,8 @@
 #include "hardware/OpdHardwareTree.h"
 #include "hardware/OpdSetupDi.h"
 #include "hardware/OpdStorageDevice.h"
-#include "hardware/SamplePc.h"
 #include "platform/Format.h"
+#include "support/FakePcDevices.h"
 #include "support/FakePcIo.h"
 #include "support/Golden.h"
 #include "support/LogWatch.h"
@@ -51,7 +51,7 @@ TEST(DeviceApi, AnswersAndTellsWhatItCouldNotAnswer)
         // Without a root, then with the sample's nodes.
         [&] { return Cm::GetDeviceDescByDriverKeyName(L"{odd}\\0001", s); },
         [&] { return COpdHardwareTree().DumpDeviceTree(folder / L"none", true); },
-        [&] { return AddSamplePc(pc), S_FALSE; },
+        [&] { return pc.Describe(TEST_DATA L"\\hardware\\SamplePc.txt"), S_FALSE; },
         [&] { return Cm::GetDeviceId(9, s); },
         [&] { return Cm::GetDevNodeDriverName(5, s); },
         [&] { return Cm::GetDevNodeDriverName(6, s); },

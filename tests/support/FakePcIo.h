@@ -32,7 +32,8 @@ class CFakePcIo
 public:
     CFakePcIo() { s_pIo = this; }
 
-    // A path is found whatever its case. Paths with "\\.\" in front that nobody added are not found.
+    // A path is found whatever its case. Those without an answer are not, nor paths with "\\.\" in front that nobody
+    // added.
     void Add(std::wstring sPath, CFakeAnswer answer) { m_Devices[::_wcslwr(sPath.data())] = std::move(answer); }
 
     std::vector<CFakeOpening> Openings; // every attempt
@@ -50,8 +51,10 @@ private:
             return s_pIo->m_Open.Original()(pPath, dwAccess, dwShare, pSecurity, dwDisposition, dwFlags, hTemplate);
         s_pIo->Openings.push_back({ pPath, dwAccess, dwShare, dwFlags });
         ::SetLastError(ERROR_FILE_NOT_FOUND);
-        if (it == s_pIo->m_Devices.end())
+        if (it == s_pIo->m_Devices.end() || !it->second)
             return INVALID_HANDLE_VALUE;
+        if (s_pIo->m_Handles.empty()) // so that a second dump has the handles of the first
+            s_pIo->m_nLastHandle = 0x7E000000;
         const auto hDevice = reinterpret_cast<HANDLE>(s_pIo->m_nLastHandle += 4);
         s_pIo->m_Handles[hDevice] = &*it;
         return hDevice;
@@ -80,7 +83,7 @@ private:
     static inline CFakePcIo* s_pIo;
     std::map<std::wstring, CFakeAnswer> m_Devices;
     std::map<HANDLE, const std::pair<const std::wstring, CFakeAnswer>*> m_Handles;
-    ULONG_PTR m_nLastHandle = 0x7E000000;
+    ULONG_PTR m_nLastHandle = 0;
     CImportPatch<decltype(Open)> m_Open{ "CreateFileW", Open };
     CImportPatch<decltype(Control)> m_Control{ "DeviceIoControl", Control };
     CImportPatch<decltype(Close)> m_Close{ "CloseHandle", Close };

@@ -1,5 +1,6 @@
 #include "support/FakeRoots.h"
 
+#include <iomanip>
 #include <sstream>
 #include <stdexcept>
 #include <vector>
@@ -10,20 +11,6 @@
 
 namespace
 {
-
-// The text in quotes that begins at rnAt, which then stands behind it.
-std::wstring Quoted(const std::string& sLine, std::size_t& rnAt)
-{
-    std::string sText;
-    for (++rnAt; sLine.at(rnAt) != '"'; ++rnAt)
-    {
-        if (sLine[rnAt] == '\\')
-            ++rnAt;
-        sText += sLine.at(rnAt);
-    }
-    ++rnAt;
-    return ToWide(sText);
-}
 
 // "hex:0a,ff" or "hex(2):..."
 void SetBytes(const CScratchKey& rKey, const std::wstring& sName, const std::string& sValue)
@@ -37,19 +24,24 @@ void SetBytes(const CScratchKey& rKey, const std::wstring& sName, const std::str
     rKey.Set(sName.c_str(), dwType, std::span(Data).first(Data.size() - 2));
 }
 
+// "name"="text", "name"=dword:0000000a or "name"=hex...; "@" is the name of the key's own value.
 void SetValue(const CScratchKey& rKey, const std::string& sLine)
 {
-    std::size_t nAt = 1;
-    std::wstring sName;
-    if (sLine[0] == '"')
-        sName = Quoted(sLine, nAt = 0);
-    const std::string sValue = sLine.substr(nAt + 1);
-    if (sValue.starts_with("\""))
-        rKey.SetText(sName.c_str(), Quoted(sValue, nAt = 0));
-    else if (sValue.starts_with("dword:"))
-        rKey.SetDword(sName.c_str(), std::stoul(sValue.substr(6), nullptr, 16));
+    std::istringstream Line(sLine);
+    std::string sName, sValue;
+    if (Line.peek() == '@')
+        Line.ignore();
     else
-        SetBytes(rKey, sName, sValue);
+        Line >> std::quoted(sName);
+    Line.ignore(); // "="
+    const bool bText = Line.peek() == '"';
+    Line >> std::quoted(sValue);
+    if (bText)
+        rKey.SetText(ToWide(sName).c_str(), ToWide(sValue));
+    else if (sValue.starts_with("dword:"))
+        rKey.SetDword(ToWide(sName).c_str(), std::stoul(sValue.substr(6), nullptr, 16));
+    else
+        SetBytes(rKey, ToWide(sName), sValue);
 }
 
 } // namespace

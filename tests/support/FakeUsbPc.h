@@ -3,7 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "support/FakePcUsb.h"
+
+// Bytes as a description has them.
+inline std::string Bytes(const std::string& sText)
+{
+    std::istringstream Text(sText);
+    return DescribedBytes(Text);
+}
 
 struct CFakeUsbPc
 {
@@ -13,7 +22,9 @@ struct CFakeUsbPc
         EXPECT_EQ(devices.OpenSets(), 0u);
     }
 
+    static constexpr wchar_t RootHub[] = L"\\\\.\\USB#ROOT_HUB30#4&1A2B3C4D&0&0#{f18a0e88-c30c-11d0-8815-00a0c906bed8}";
     CFakePcDevices devices;
     CFakePcIo io;
     CFakePcUsb usb{ TEST_DATA L"\\hardware\\UsbPc.txt", devices, io };
+    CFakePcUsb::CAnswers& root = usb.Devices[RootHub];
 };

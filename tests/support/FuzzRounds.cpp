@@ -27,42 +27,22 @@ HGLOBAL WINAPI Free(HGLOBAL hBlock)
     return nullptr;
 }
 
-// The log's handle is one of CFakePcIo's, and no other of those is written to.
-bool IsLog(HANDLE hFile)
-{
-    return reinterpret_cast<ULONG_PTR>(hFile) >> 24 == 0x7E;
-}
-decltype(::SetFilePointerEx)* s_pSeek;
-BOOL WINAPI Seek(HANDLE hFile, LARGE_INTEGER Distance, LARGE_INTEGER* pPosition, DWORD dwFrom)
-{
-    return IsLog(hFile) || s_pSeek(hFile, Distance, pPosition, dwFrom);
-}
-decltype(::WriteFile)* s_pWrite;
-BOOL WINAPI Write(HANDLE hFile, const void* pBytes, DWORD dwSize, DWORD* pdwWritten, OVERLAPPED* pOverlapped)
-{
-    return IsLog(hFile) || s_pWrite(hFile, pBytes, dwSize, pdwWritten, pOverlapped);
-}
-
 } // namespace
 
 struct CFuzz::CPatches
 {
     CImportPatch<DWORD WINAPI(HANDLE, DWORD)> wait{ "WaitForSingleObject", Always<DWORD, WAIT_OBJECT_0> };
     CImportPatch<BOOL WINAPI(HANDLE)> release{ "ReleaseMutex", Always<BOOL, TRUE> };
-    CImportPatch<BOOL WINAPI(HANDLE, LARGE_INTEGER*)> size{ "GetFileSizeEx", Always<BOOL, TRUE> };
-    CImportPatch<decltype(Seek)> seek{ "SetFilePointerEx", Seek };
-    CImportPatch<decltype(Write)> write{ "WriteFile", Write };
+    CImportPatch<DWORD WINAPI(LPCWSTR)> attributes{ "GetFileAttributesW", Always<DWORD, INVALID_FILE_ATTRIBUTES> };
     CImportPatch<decltype(Alloc)> alloc{ "GlobalAlloc", Alloc };
     CImportPatch<decltype(Free)> free{ "GlobalFree", Free };
 };
 
 CFuzz::CFuzz(unsigned nSeed, CFakePcIo& rIo) : Random(nSeed), m_rIo(rIo), m_pPatches(std::make_unique<CPatches>())
 {
-    s_pSeek = m_pPatches->seek.Original();
-    s_pWrite = m_pPatches->write.Original();
     std::wstring sPath;
     CCmdLineParam::OfThisProcess().GetResultDirPath(sPath);
-    rIo.Add(JoinPath(sPath, L"Kelvarin.log"), Always<DWORD, ERROR_INVALID_FUNCTION, CFakeRequest&>);
+    rIo.Add(JoinPath(sPath, L"Kelvarin.log"), nullptr); // nor is there another one
 }
 
 CFuzz::~CFuzz() = default;
