@@ -1,6 +1,5 @@
 #include "hardware/HardwareInfoCollector.h"
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -9,13 +8,14 @@
 
 #include "hardware/OpdHardwareList.h"
 #include "hardware/OpdHardwareTree.h"
+#include "hardware/OpdUsbDeviceTree.h"
 #include "platform/WideText.h"
 #include "support/FakeRoots.h"
 #include "support/FakeUsbPc.h"
+#include "support/FakeVersions.h"
 #include "support/FuzzRounds.h"
 #include "support/Golden.h"
 #include "support/ProgressWatch.h"
-#include "support/VersionBlock.h"
 
 namespace
 {
@@ -55,20 +55,13 @@ struct CPc : CFakeUsbPc
         return std::wcstoull(Cell(sRow, pName), nullptr, 0);
     }
 
-    // A driver's version is its path, but for one that has none and one whose version cannot be read. The tests' own is
-    // a number.
-    static std::vector<BYTE> Version(const std::wstring& sPath)
+    // A driver's version is its path, but for one without a resource and one whose resource says nothing. The tests'
+    // own is a number.
+    static std::wstring DriverVersion(const std::wstring& sPath, const std::wstring& sQuery)
     {
-        if (sPath.ends_with(L"Dravik04.mpd"))
+        if (sPath.ends_with(L"Dravik04.mpd") || (sPath.ends_with(L"ostrel.sys") && sQuery != L"\\"))
             return {};
-        const CTranslationStrings strings{ 0x409, { { L"FileVersion", sPath[0] == L'C' ? sPath : L"1.0.0.0" } } };
-        return VersionBlock(sPath.ends_with(L"ostrel.sys") ? std::vector<CTranslationStrings>()
-                                                           : std::vector{ strings });
-    }
-    static DWORD WINAPI VersionSize(const wchar_t* pPath, DWORD*) { return Version(pPath).size(); }
-    static BOOL WINAPI VersionData(const wchar_t* pPath, DWORD, DWORD dwSize, void* pData)
-    {
-        return std::memcpy(pData, Version(pPath).data(), dwSize) != nullptr;
+        return sQuery.ends_with(L"Translation") ? L"\x0409\x04B0" : sPath[0] == L'C' ? sPath : L"1.0.0.0";
     }
     static BOOL WINAPI Memory(MEMORYSTATUSEX* pStatus)
     {
@@ -115,8 +108,7 @@ struct CPc : CFakeUsbPc
         return pTotal->QuadPart != 0 ? 1 : FailedCall(ERROR_GEN_FAILURE);
     }
 
-    CImportPatch<decltype(VersionSize)> m_VersionSize{ "GetFileVersionInfoSizeW", VersionSize };
-    CImportPatch<decltype(VersionData)> m_VersionData{ "GetFileVersionInfoW", VersionData };
+    CFakeVersions m_Versions{ DriverVersion };
     CImportPatch<decltype(Memory)> m_Memory{ "GlobalMemoryStatusEx", Memory };
     CImportPatch<decltype(Display)> m_Display{ "EnumDisplayDevicesW", Display };
     CImportPatch<decltype(LogicalDrives)> m_Drives{ "GetLogicalDrives", LogicalDrives };
@@ -238,6 +230,7 @@ TEST(HardwareInfoCollector, StandsMutatedAnswers)
         EXPECT_EQ(collector.OutputStorageDeviceInfo(nullptr), S_OK);
         EXPECT_EQ(COpdHardwareTree().DumpDeviceTree(folder / L"tree.txt", nRound % 4 == 0), S_OK);
         EXPECT_EQ(COpdHardwareList().DumpAllDeviceList(folder / L"list.txt"), S_OK);
+        COpdUsbDeviceTree(COpdUsbDeviceTree::StandardOpenDeviceFunction).DumpUsbDeviceTree(L"NUL", nRound % 4 == 0);
         ASSERT_EQ(pc.io.OpenHandles() + pc.devices.OpenSets(), 0u);
     }
 }

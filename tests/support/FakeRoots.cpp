@@ -2,7 +2,6 @@
 
 #include <iomanip>
 #include <sstream>
-#include <stdexcept>
 #include <vector>
 
 #include "platform/Text.h"
@@ -59,15 +58,10 @@ CFakeRoots::CFakeRoots(std::wstring_view sDocument, const std::wstring& sFolder)
         else if (sLine.starts_with("\"") || sLine.starts_with("@"))
             SetValue(m_Keys.back(), sLine);
     }
-    Enter(sText.find("\n[HKEY_CLASSES_ROOT") != sText.npos);
-}
-
-void CFakeRoots::Enter(bool bClasses)
-{
-    if ((bClasses && ::RegOverridePredefKey(HKEY_CLASSES_ROOT, m_Classes.Get()) != ERROR_SUCCESS) ||
-        ::RegOverridePredefKey(HKEY_CURRENT_USER, m_User.Get()) != ERROR_SUCCESS ||
-        ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_Machine.Get()) != ERROR_SUCCESS)
-        throw std::runtime_error("cannot replace the registry's roots");
+    if (sText.find("\n[HKEY_CLASSES_ROOT") != sText.npos)
+        ::RegOverridePredefKey(HKEY_CLASSES_ROOT, m_Classes.Get());
+    ::RegOverridePredefKey(HKEY_CURRENT_USER, m_User.Get());
+    ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_Machine.Get());
 }
 
 CFakeRoots::~CFakeRoots()
