@@ -10,7 +10,7 @@
 #include "e2e/Program.h"
 #include "hardware/HardwareInfoCollector.h"
 #include "support/FakeDrive.h"
-#include "support/FakePcUsb.h"
+#include "support/FakePcDevices.h"
 #include "support/LogWatch.h"
 #include "support/ScratchKey.h"
 
@@ -77,9 +77,10 @@ struct CRehearsal
     {
         CFakePcDevices devices;
         CFakePcIo io;
-        const CFakePcUsb usb(TEST_DATA L"\\hardware\\UsbPc.txt", devices, io);
+        devices.Describe(TEST_DATA L"\\hardware\\UsbPc.txt");
+        io.Describe(TEST_DATA L"\\hardware\\UsbPc.txt");
         io.Add(L"\\\\.\\E:", AnswerDrive);
-        io.Watch = [this](const std::wstring& sPath, const CFakeRequest& rRequest, DWORD dwError) {
+        io.Tamper = [this](const std::wstring& sPath, const CFakeRequest& rRequest, DWORD dwError) {
             auto it = std::ranges::find(Paths, sPath);
             if (it == Paths.end())
                 it = Paths.insert(it, sPath);

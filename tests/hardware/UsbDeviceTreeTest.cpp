@@ -35,7 +35,7 @@ TEST(UsbDeviceTree, IsWrittenInBriefAndInDetail)
     const std::string sDetail = pc.Dump(false);
     ExpectGolden(L"hardware\\UsbDeviceTree-Detail.txt", sDetail, L"");
     ExpectGolden(L"hardware\\UsbDeviceTree.txt", pc.Dump(true), L"");
-    pc.usb.Tamper = [](CFakeRequest& rRequest, DWORD& rdwError) {
+    pc.io.Tamper = [](const auto&, CFakeRequest& rRequest, DWORD& rdwError) {
         rdwError = rRequest.dwCode == 0x220448 ? ERROR_INVALID_FUNCTION : rdwError;
     };
     EXPECT_EQ(pc.Dump(false), std::regex_replace(sDetail, std::regex("0x0[23] \\((High|Super) "), "0x01 (Full "));
@@ -63,7 +63,7 @@ TEST(UsbDeviceTree, ClampsCounts)
     while (rsConfiguration.size() < 0xFF0F)
         rsConfiguration += Bytes("09 04 00 00 00 08 06 50 01");
     std::size_t nAsked = 0;
-    pc.usb.Tamper = [&](CFakeRequest& rRequest, DWORD&) { nAsked += rRequest.Out.size() == 267; };
+    pc.io.Tamper = [&](const auto&, CFakeRequest& rRequest, DWORD&) { nAsked += rRequest.Out.size() == 267; };
     pc.Dump(true);
     EXPECT_LT(nAsked, 1100u);
 }
@@ -98,7 +98,7 @@ TEST(UsbDeviceTree, LosesOnlyWhatADeviceGotWrong)
     {
         CUsbPc pc;
         const std::string sAll = pc.Dump(false), sOthers = sAll.substr(0, sAll.find("            [Port6]"));
-        pc.usb.Tamper = [&](CFakeRequest& rRequest, DWORD& rdwError) {
+        pc.io.Tamper = [&](const auto&, CFakeRequest& rRequest, DWORD& rdwError) {
             if (rRequest.dwCode != rCase.dwCode || rRequest.In.size() < 5 || rRequest.In[0] != 6 ||
                 (rCase.dwSize != 0 && rRequest.Out.size() != rCase.dwSize))
                 return;
@@ -119,15 +119,15 @@ TEST(UsbDeviceTree, EndsAtHubsThatCannotBeWalked)
 {
     CUsbPc pc;
     const std::string sBefore = pc.Dump(true);
-    auto& rInner = pc.usb.Devices[L"\\\\.\\USB#VID_0424&PID_2502#6&4&0&1#{f18a0e88-c30c-11d0-8815-00a0c906bed8}"];
+    auto& rInner = pc.io.Answers[L"\\\\.\\USB#VID_0424&PID_2502#6&4&0&1#{f18a0e88-c30c-11d0-8815-00a0c906bed8}"];
     rInner["220448 01 00 00 00"][20] = rInner["220448 02 00 00 00"][20] = 1;
     rInner["220414 01 00 00 00"] = pc.root["220414 03 00 00 00"];
     rInner["220414 02 00 00 00"] = Bytes("18 00 00 00 \"NOWHERE|");
     EXPECT_EQ(pc.Dump(true), sBefore);
     // A name of the controller's driver that has no room for a character.
-    pc.usb.Tamper = [&](CFakeRequest& rRequest, DWORD&) { rRequest.Out[0] = 6; };
+    pc.io.Tamper = [&](const auto&, CFakeRequest& rRequest, DWORD&) { rRequest.Out[0] = 6; };
     EXPECT_EQ(pc.Dump(true), "");
-    pc.usb.Tamper = nullptr;
+    pc.io.Tamper = nullptr;
     pc.devices.Find(2)->Interfaces[0].sPath = L"\\\\.\\gone";
     EXPECT_EQ(pc.Dump(true), "");
 }

@@ -78,9 +78,8 @@ TEST_F(CPassThrough, SendsItsRecordByteForByte)
     }
     const std::string sGolden = ReadBytes(TEST_DATA L"\\ScsiRecords.txt");
     EXPECT_EQ(sSent, sGolden.substr(sGolden.find("04D004")));
-    ASSERT_EQ(m_Io.Openings.size(), 1u);
-    EXPECT_EQ(m_Io.Openings[0].dwAccess, GENERIC_READ | GENERIC_WRITE);
-    EXPECT_EQ(m_Io.Openings[0].dwFlags, FILE_FLAG_WRITE_THROUGH);
+    EXPECT_EQ(m_Io.LastOpening.dwAccess, GENERIC_READ | GENERIC_WRITE);
+    EXPECT_EQ(m_Io.LastOpening.dwFlags, FILE_FLAG_WRITE_THROUGH);
 }
 
 // A sense key is no failure; key 0 with a bad status is. The two forms are silent about opposite halves of "not ready".

@@ -2,7 +2,6 @@
 
 #include <iomanip>
 #include <sstream>
-#include <vector>
 
 #include "platform/Text.h"
 #include "platform/WideText.h"
@@ -11,19 +10,7 @@
 namespace
 {
 
-// "hex:0a,ff" or "hex(2):..."
-void SetBytes(const CScratchKey& rKey, const std::wstring& sName, const std::string& sValue)
-{
-    const DWORD dwType = sValue[3] == '(' ? std::stoul(sValue.substr(4), nullptr, 16) : REG_BINARY;
-    std::vector<BYTE> Data;
-    for (std::size_t n = sValue.find(':') + 1; n < sValue.size(); n += 3)
-        Data.push_back(static_cast<BYTE>(std::stoul(sValue.substr(n, 2), nullptr, 16)));
-    // A zero behind an unterminated text would be stored with it, uncounted.
-    Data.insert(Data.end(), 2, 0xFF);
-    rKey.Set(sName.c_str(), dwType, std::span(Data).first(Data.size() - 2));
-}
-
-// "name"="text", "name"=dword:0000000a or "name"=hex...; "@" is the name of the key's own value.
+// "name"="text", "name"=dword:0000000a, "name"=hex:0a,ff or "name"=hex(2):...; "@" is the name of the key's own value.
 void SetValue(const CScratchKey& rKey, const std::string& sLine)
 {
     std::istringstream Line(sLine);
@@ -35,12 +22,19 @@ void SetValue(const CScratchKey& rKey, const std::string& sLine)
     Line.ignore(); // "="
     const bool bText = Line.peek() == '"';
     Line >> std::quoted(sValue);
+    const std::wstring sWideName = ToWide(sName);
     if (bText)
-        rKey.SetText(ToWide(sName).c_str(), ToWide(sValue));
-    else if (sValue.starts_with("dword:"))
-        rKey.SetDword(ToWide(sName).c_str(), std::stoul(sValue.substr(6), nullptr, 16));
-    else
-        SetBytes(rKey, ToWide(sName), sValue);
+        return rKey.SetText(sWideName.c_str(), ToWide(sValue));
+    const std::size_t nAt = sValue.find(':') + 1;
+    if (sValue.starts_with("dword"))
+        return rKey.SetDword(sWideName.c_str(), std::stoul(sValue.substr(nAt), nullptr, 16));
+    std::string sData;
+    for (std::size_t n = nAt; n < sValue.size(); n += 3)
+        sData += static_cast<char>(std::stoul(sValue.substr(n, 2), nullptr, 16));
+    // A zero behind an unterminated text would be stored with it, uncounted.
+    sData += "\xFF\xFF";
+    rKey.Set(sWideName.c_str(), nAt > 4 ? std::stoul(sValue.substr(4), nullptr, 16) : REG_BINARY, sData.data(),
+             sData.size() - 2);
 }
 
 } // namespace

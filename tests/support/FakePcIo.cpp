@@ -1,4 +1,4 @@
-#include "support/FakePcUsb.h"
+#include "support/FakePcIo.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -9,23 +9,24 @@
 #include "platform/AnsiText.h"
 #include "platform/Format.h"
 #include "platform/WideText.h"
+#include "support/FakePcDevices.h"
 
 namespace
 {
 
 constexpr DWORD OldConnection = 0x22040C, Connection = 0x220448, Descriptor = 0x220410;
 
-DWORD AnswerFrom(const CFakePcUsb::CAnswers& rAnswers, CFakeRequest& rRequest)
+DWORD AnswerFrom(const CFakeAnswers& rAnswers, CFakeRequest& rRequest)
 {
     // The older request of a port has the same answer, but for a speed that is low or not.
     const bool bOld = rRequest.dwCode == OldConnection;
     const std::span In(rRequest.In.data(), std::min<std::size_t>(rRequest.In.size(), 10));
-    const std::string sQuestion = ToNarrow(
-        FormatText(L"%06X ", bOld ? Connection : rRequest.dwCode) + (In.empty() ? L"-" : HexText(In)), CP_ACP);
+    const std::wstring sIn = In.empty() ? L"-" : HexText(In);
+    const std::string sQuestion = ToNarrow(FormatText(L"%06X %s", bOld ? Connection : rRequest.dwCode, sIn), CP_ACP);
     const auto it = std::ranges::find_if(rAnswers, [&](const auto& r) { return sQuestion.starts_with(r.first); });
     if (it == rAnswers.end())
         return ERROR_NOT_READY;
-    // A code of six digits, and three characters for each byte; the lengths are part of a descriptor's head.
+    // A code of six digits, and three characters for each byte; the length is part of a descriptor's head.
     std::string sAnswer(rRequest.In.begin(), rRequest.In.end());
     sAnswer.resize(rRequest.dwCode == Descriptor ? 12 : (it->first.size() - 6) / 3);
     sAnswer += it->second;
@@ -38,16 +39,10 @@ DWORD AnswerFrom(const CFakePcUsb::CAnswers& rAnswers, CFakeRequest& rRequest)
 
 } // namespace
 
-CFakePcUsb::CFakePcUsb(const std::wstring& sPath, CFakePcDevices& rDevices, CFakePcIo& rIo) : m_rIo(rIo)
-{
-    rDevices.Describe(sPath);
-    AddAnswers(sPath);
-}
-
-void CFakePcUsb::AddAnswers(const std::wstring& sPath)
+void CFakePcIo::Describe(const std::wstring& sPath)
 {
     std::ifstream File(std::filesystem::path{ sPath });
-    CAnswers* pDevice = nullptr;
+    CFakeAnswers* pDevice = nullptr;
     std::string* pAnswer = nullptr;
     for (std::string sLine, sKey; std::getline(File, sLine);)
     {
@@ -55,13 +50,8 @@ void CFakePcUsb::AddAnswers(const std::wstring& sPath)
         Line >> sKey >> std::ws;
         if (sKey == "device" && std::getline(Line, sKey))
         {
-            pDevice = &Devices[ToWide(sKey)];
-            m_rIo.Add(ToWide(sKey), [this, pDevice](CFakeRequest& rRequest) {
-                DWORD dwError = AnswerFrom(*pDevice, rRequest);
-                if (Tamper)
-                    Tamper(rRequest, dwError);
-                return dwError;
-            });
+            pDevice = &Answers[ToWide(sKey)];
+            Add(ToWide(sKey), [pDevice](CFakeRequest& rRequest) { return AnswerFrom(*pDevice, rRequest); });
         }
         else if (sKey == "answer" && std::getline(Line, sKey, '='))
             *(pAnswer = &(*pDevice)[sKey.substr(0, sKey.size() - 1)]) = DescribedBytes(Line);
