@@ -118,14 +118,6 @@ struct CPc : CFakeUsbPc
     CImportPatch<decltype(Capacity)> m_Capacity{ "GetDiskFreeSpaceExW", Capacity };
 };
 
-// The collector's own records, without what the classes below have to say.
-std::string OwnRecords(const CLogWatch& rWatch)
-{
-    std::vector<std::string> Records = rWatch.Records();
-    std::erase_if(Records, [](const std::string& s) { return !s.starts_with("[CHardwareInfoCollector::"); });
-    return Joined(Records);
-}
-
 // Support reads this report first; whoever compares two PCs does it line by line.
 TEST(HardwareInfoCollector, WritesTheReport)
 {
@@ -150,7 +142,10 @@ TEST(HardwareInfoCollector, WritesTheReport)
     EXPECT_THAT(Indexes, ElementsAre(3, 4));
     collector.Close();
     EXPECT_TRUE(ReadBytes(folder / L"drives.txt").ends_with("\r\n  iInterface        : 0x00\r\n\r\n"));
-    ExpectGolden(L"hardware\\HardwareInfo.log", pc.progress.Seen() + OwnRecords(watch), L"");
+    // The collector's own records, without what the classes below have to say.
+    std::vector<std::string> Records = watch.Records();
+    std::erase_if(Records, [](const std::string& s) { return !s.starts_with("[CHardwareInfoCollector::"); });
+    ExpectGolden(L"hardware\\HardwareInfo.log", pc.progress.Seen() + Joined(Records), L"");
 }
 
 // The second key of the PC's name stands in only where the first one lacks something. Each stage's failure leaves its
@@ -171,7 +166,7 @@ TEST(HardwareInfoCollector, GoesOnWhenAStageFails)
             "GetWindowsDirectoryW", [](wchar_t*, UINT) { return FailedCall(ERROR_ACCESS_DENIED); });
         const CLogWatch watch;
         EXPECT_EQ(CHardwareInfoCollector().Collect(folder.Path()), S_OK);
-        sAll += ReadBytes(folder / L"HardwareInfo.txt") + "== log\r\n" + OwnRecords(watch);
+        sAll += ReadBytes(folder / L"HardwareInfo.txt") + "== log\r\n" + Joined(watch.Records());
     }
     ExpectGolden(L"hardware\\HardwareInfoHeads.txt", sAll, L"");
     EXPECT_EQ(CHardwareInfoCollector().Collect(L""), HRESULT_FROM_WIN32(ERROR_BAD_PATHNAME));

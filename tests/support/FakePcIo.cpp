@@ -1,13 +1,11 @@
 #include "support/FakePcIo.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
-#include "hardware/ByteFigures.h"
-#include "platform/AnsiText.h"
-#include "platform/Format.h"
 #include "platform/WideText.h"
 #include "support/FakePcDevices.h"
 
@@ -20,9 +18,11 @@ DWORD AnswerFrom(const CFakeAnswers& rAnswers, CFakeRequest& rRequest)
 {
     // The older request of a port has the same answer, but for a speed that is low or not.
     const bool bOld = rRequest.dwCode == OldConnection;
-    const std::span In(rRequest.In.data(), std::min<std::size_t>(rRequest.In.size(), 10));
-    const std::wstring sIn = In.empty() ? L"-" : HexText(In);
-    const std::string sQuestion = ToNarrow(FormatText(L"%06X %s", bOld ? Connection : rRequest.dwCode, sIn), CP_ACP);
+    char aQuestion[40];
+    int nEnd = std::sprintf(aQuestion, "%06lX%s", bOld ? Connection : rRequest.dwCode, rRequest.In.empty() ? " -" : "");
+    for (std::size_t n = 0; n < rRequest.In.size() && n < 10; ++n)
+        nEnd += std::sprintf(aQuestion + nEnd, " %02X", rRequest.In[n]);
+    const std::string_view sQuestion(aQuestion);
     const auto it = std::ranges::find_if(rAnswers, [&](const auto& r) { return sQuestion.starts_with(r.first); });
     if (it == rAnswers.end())
         return ERROR_NOT_READY;
