@@ -55,8 +55,8 @@ TEST(UsbFuzz, RequestsStandHostileAnswers)
     COpdLogFile nowhere;
     ASSERT_EQ(nowhere.Open(L"NUL"), S_OK);
     CUsbTreeWriter writer(nowhere, false, 1);
-    const std::vector<BYTE> Block(14);
-    ASSERT_TRUE(::IsBadReadPtr(Block.data() + Block.size(), 1)) << "no guard page";
+    const std::vector<BYTE> Guarded(14);
+    ASSERT_TRUE(::IsBadReadPtr(Guarded.data() + Guarded.size(), 1)) << "no guard page";
 
     USB_DEVICE_DESCRIPTOR Device;
     std::memset(&Device, 1, sizeof Device);
@@ -69,6 +69,12 @@ TEST(UsbFuzz, RequestsStandHostileAnswers)
     COpdUsbApi::CStringList strings;
     CStorageDriveInfo info;
     const std::function<void()> aRequests[] = {
+        [&] {
+            // The parsers, on a block that ends where its guard page begins.
+            const std::vector<BYTE> Block = fuzz.Garbage(fuzz.Random() % 300);
+            WalkUsbDescriptors(Block, [](CUsbBytes Record) { return UsbHidEntries(Record).size() <= Record.size(); });
+            EXPECT_LE(UsbHidEntries(Block).size() + UsbLanguages(Block).size() + UsbStringText(Block).size(), 400u);
+        },
         [&] { COpdUsbApi::GetHcdDriverKeyName(hController.Get(), sName); },
         [&] { COpdUsbApi::GetRootHubName(hController.Get(), sName); },
         [&] { COpdUsbApi::GetDriverKeyName(hHub.Get(), dwPort, sName); },

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "app/CmdLineParam.h"
 #include "platform/Path.h"
@@ -37,7 +39,14 @@ public:
     {
         // Small numbers get further, as lengths, types and counts.
         const unsigned nValues = Random() % 3 == 0 ? 256 : 13;
-        std::ranges::generate(m_sGarbage, [&] { return static_cast<char>(Random() % nValues); });
+        std::ranges::generate(m_Garbage, [&] { return static_cast<BYTE>(Random() % nValues); });
+    }
+    std::vector<BYTE> Garbage(std::size_t nSize) const
+    {
+        std::vector<BYTE> Bytes(nSize);
+        for (std::size_t n = 0; n < nSize; ++n)
+            Bytes[n] = m_Garbage[n % m_Garbage.size()];
+        return Bytes;
     }
     std::mt19937 Random;
 
@@ -55,8 +64,7 @@ private:
             Out[Random() % std::min<std::size_t>(Out.size(), 200)] = static_cast<BYTE>(Random());
         else if (nKind < 20)
         {
-            for (std::size_t n = 0; n < Out.size(); ++n)
-                Out[n] = static_cast<BYTE>(m_sGarbage[n % m_sGarbage.size()]);
+            std::ranges::copy(Garbage(Out.size()), Out.begin());
             rRequest.dwReturned = static_cast<DWORD>(Out.size());
             rdwError = ERROR_SUCCESS;
         }
@@ -78,7 +86,7 @@ private:
         return nullptr;
     }
 
-    std::string m_sGarbage = std::string(1021, '\0');
+    std::array<BYTE, 1021> m_Garbage{};
     CImportPatch<DWORD WINAPI(HANDLE, DWORD)> m_Wait{ "WaitForSingleObject", Always<DWORD, WAIT_OBJECT_0> };
     CImportPatch<BOOL WINAPI(HANDLE)> m_Release{ "ReleaseMutex", Always<BOOL, TRUE> };
     CImportPatch<DWORD WINAPI(LPCWSTR)> m_Attributes{ "GetFileAttributesW", Always<DWORD, INVALID_FILE_ATTRIBUTES> };
