@@ -14,7 +14,8 @@ import time
 ROUNDS = 5
 DATA, BUILT = os.path.abspath("build/bench"), os.path.abspath("build/win32")
 LARGE, FOLDER, TEXT = DATA + "/large", DATA + "/files", DATA + "/written.txt"
-CHILD, NOTHING = BUILT + "/Kelvarin.exe", BUILT + "/tests/kelvarin_bench_nothing.exe"
+HELPERS = BUILT + "/tools/Bench"
+CHILD, NOTHING = BUILT + "/Kelvarin.exe", HELPERS + "/kelvarin_bench_nothing.exe"
 
 
 def windows(path):
@@ -27,7 +28,7 @@ def run(*command):
 
 def product(*arguments):
     """The figures that the product's helper prints, in milliseconds."""
-    answer = run("wine", BUILT + "/tests/kelvarin_bench.exe", *map(windows, arguments), "-l" + windows(DATA + "/log"))
+    answer = run("wine", HELPERS + "/kelvarin_bench.exe", *map(windows, arguments), "-l" + windows(DATA + "/log"))
     return [float(figure) for figure in answer.split()]
 
 
@@ -95,7 +96,7 @@ def make_manifest(name, files, values):
 def make_data():
     run("rm", "-rf", DATA)
     os.makedirs(FOLDER)
-    run("cc", "-O2", "-o", DATA + "/lines", "tests/bench/Lines.c")
+    run("cc", "-O2", "-o", DATA + "/lines", "tools/Bench/Lines.c")
     with open(LARGE, "wb") as large:
         large.write(os.urandom(256 << 20))
     files = []

@@ -12,9 +12,9 @@
 
 #include "platform/Path.h"
 #include "support/FakeRoots.h"
+#include "support/FakeVersions.h"
 #include "support/Golden.h"
 #include "support/ImportPatch.h"
-#include "support/VersionBlock.h"
 
 // Gives the shell's folders that it knows; every other one is missing.
 inline auto FakeShellFolders(std::map<int, std::wstring> Folders)
@@ -51,27 +51,19 @@ inline auto FakeFileTimes()
 }
 
 // Files named "lib.dll" have a resource with two translations; no other file has one.
-class CFakeVersions
+inline std::wstring LibraryVersion(const std::wstring& sPath, const std::wstring& sQuery)
 {
-    static DWORD WINAPI Size(LPCWSTR pPath, LPDWORD)
-    {
-        ::SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
-        return FileNamePart(pPath) == L"lib.dll" ? static_cast<DWORD>(s_Block.size()) : 0;
-    }
-    static BOOL WINAPI Read(LPCWSTR, DWORD, DWORD dwSize, LPVOID pData)
-    {
-        std::memcpy(pData, s_Block.data(), std::min<std::size_t>(dwSize, s_Block.size()));
-        return TRUE;
-    }
-
-    static inline const std::vector<BYTE> s_Block = VersionBlock({
-        { 0x0411,
-          { { L"FileVersion", L"1, 2, 3, 4" }, { L"Comments", L"a \"b\", c" }, { L"OriginalFilename", L"L" } } },
-        { 0x0409, { { L"FileVersion", L"9" }, { L"CompanyName", L"of the second translation" } } },
-    });
-    CImportPatch<decltype(::GetFileVersionInfoSizeW)> m_Size{ "GetFileVersionInfoSizeW", Size };
-    CImportPatch<decltype(::GetFileVersionInfoW)> m_Read{ "GetFileVersionInfoW", Read };
-};
+    static const std::map<std::wstring, std::wstring> Texts{
+        { L"\\", L"fixed" },
+        { L"\\VarFileInfo\\Translation", L"\x0411\x04B0\x0409\x04B0" },
+        { L"\\StringFileInfo\\041104b0\\FileVersion", L"1, 2, 3, 4" },
+        { L"\\StringFileInfo\\041104b0\\Comments", L"a \"b\", c" },
+        { L"\\StringFileInfo\\041104b0\\OriginalFilename", L"L" },
+        { L"\\StringFileInfo\\040904b0\\CompanyName", L"of the second translation" },
+    };
+    const auto it = Texts.find(sQuery);
+    return it != Texts.end() && FileNamePart(sPath) == L"lib.dll" ? it->second : std::wstring();
+}
 
 // A table as the platform fills it in: its head, then its rows.
 template <typename Row>

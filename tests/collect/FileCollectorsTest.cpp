@@ -26,7 +26,7 @@ TEST(CollectorUtil, ListsAnyFolderInItsColumns)
         folder.Write(pName, "x");
     const auto times = FakeFileTimes();
     const auto junctions = FakeJunctions();
-    const CFakeVersions versions;
+    const CFakeVersions versions(LibraryVersion);
     const auto vanish = WrapImport<decltype(::GetFileAttributesW)>("GetFileAttributesW", [](auto original, auto pPath) {
         if (FileNamePart(pPath) == L"gone.txt")
             ::DeleteFileW(pPath);

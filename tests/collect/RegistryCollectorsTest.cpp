@@ -39,7 +39,7 @@ TEST(AsioInfoCollector, ListsTheDriversThatCanBeFound)
     const CTestFolder folder;
     folder.Write(L"lib.dll", "12345");
     const auto times = FakeFileTimes();
-    const CFakeVersions versions;
+    const CFakeVersions versions(LibraryVersion);
     const CFakeRoots roots(L"collect/Asio.reg", folder.Path());
     const CLogWatch watch;
     EXPECT_EQ(CAsioInfoCollector().Collect(folder / L"out"), S_OK);

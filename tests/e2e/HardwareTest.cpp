@@ -1,7 +1,6 @@
 // -collect:hardware on a described PC: the devices behind the real program's handles are those of a kernel driver,
 // which gives the answers that the fake PC of this process gave to the same components before. The bare machine's
 // report is part of every main run (CollectionTest.cpp).
-#include <cstring>
 #include <filesystem>
 #include <regex>
 
@@ -9,8 +8,8 @@
 
 #include "e2e/Program.h"
 #include "hardware/HardwareInfoCollector.h"
-#include "support/FakeDrive.h"
-#include "support/FakePcUsb.h"
+#include "support/FakePcDevices.h"
+#include "support/FakePcIo.h"
 #include "support/LogWatch.h"
 #include "support/ScratchKey.h"
 
@@ -40,32 +39,6 @@ CKernelHandle MakeDosDevice(const std::wstring& sName, std::size_t nDevice)
     return hLink;
 }
 
-// The flash drive as storage and as a SCSI device; where it is plugged in the USB side knows.
-DWORD AnswerDrive(CFakeRequest& rRequest)
-{
-    static CFakeDrive s_Scsi{ .dwTransferred = 56,
-                              .sData = "\0\x80\x06\x02\x33\0\0\0SanDisk Cruzer Blade    1.26LOT 7\0\x01\xFE"s +
-                                       std::string(12, '\0') };
-    if (rRequest.dwCode == 0x4D004)
-    {
-        const DWORD dwError = s_Scsi(rRequest);
-        rRequest.dwReturned = rRequest.Out.size(); // the data comes back in the record, too
-        return dwError;
-    }
-    static constexpr DWORD aNumber[] = { 7, 1, 0 };
-    static constexpr DWORD aHead[] = { 40, 100, 0x10000, 40, 48, 61, 66, 7 };
-    static constexpr char aTexts[] = "SanDisk\0Cruzer Blade\0001.26\0004C530001";
-    std::string sAnswer(reinterpret_cast<const char*>(aNumber), sizeof aNumber);
-    if (rRequest.dwCode == 0x2D1400)
-        sAnswer = std::string(reinterpret_cast<const char*>(aHead), sizeof aHead) + std::string(8, '\0') +
-                  std::string(aTexts, sizeof aTexts);
-    else if (rRequest.dwCode != 0x2D1080)
-        return ERROR_INVALID_FUNCTION;
-    rRequest.dwReturned = std::min(sAnswer.size(), rRequest.Out.size());
-    std::memcpy(rRequest.Out.data(), sAnswer.data(), rRequest.dwReturned);
-    return ERROR_SUCCESS;
-}
-
 // What the collector makes of the described PC in this process, and all that it asked the devices.
 struct CRehearsal
 {
@@ -77,9 +50,9 @@ struct CRehearsal
     {
         CFakePcDevices devices;
         CFakePcIo io;
-        const CFakePcUsb usb(TEST_DATA L"\\hardware\\UsbPc.txt", devices, io);
-        io.Add(L"\\\\.\\E:", AnswerDrive);
-        io.Watch = [this](const std::wstring& sPath, const CFakeRequest& rRequest, DWORD dwError) {
+        devices.Describe(TEST_DATA L"\\hardware\\UsbPc.txt");
+        io.Describe(TEST_DATA L"\\hardware\\UsbPc.txt");
+        io.Tamper = [this](const std::wstring& sPath, const CFakeRequest& rRequest, DWORD dwError) {
             auto it = std::ranges::find(Paths, sPath);
             if (it == Paths.end())
                 it = Paths.insert(it, sPath);

@@ -3,8 +3,8 @@
 #include <regex>
 
 #include "hardware/OpdUsbDeviceTree.h"
-#include "hardware/SamplePc.h"
 #include "support/FakeUsbPc.h"
+#include "support/Golden.h"
 
 namespace
 {
@@ -13,19 +13,11 @@ struct CUsbPc : CFakeUsbPc
 {
     CTestFolder folder;
 
-    CFakeUsbPort& Port(std::size_t nHub, std::size_t nPort) { return usb.Hubs[nHub].Ports[nPort - 1]; }
     std::string Dump(bool bBrief)
     {
         COpdUsbDeviceTree tree(COpdUsbDeviceTree::StandardOpenDeviceFunction);
         EXPECT_EQ(tree.DumpUsbDeviceTree(folder / L"usb.txt", bBrief), HRESULT_FROM_WIN32(ERROR_NO_MORE_ITEMS));
         return ReadBytes(folder / L"usb.txt");
-    }
-    // What is told of that port of the root hub, up to the next one.
-    std::string DumpPort(int nPort)
-    {
-        const std::string sText = Dump(false), sStart = "\r\n            [Port";
-        const std::size_t nStart = sText.find(sStart + std::to_string(nPort));
-        return sText.substr(nStart, sText.find(sStart, nStart + 1) - nStart);
     }
 };
 
@@ -35,22 +27,18 @@ std::ptrdiff_t Count(const std::string& sText, const char* pPattern)
     return std::distance(std::sregex_iterator(sText.begin(), sText.end(), Pattern), {});
 }
 
-// Support reads these files, and compares them from one PC to the next.
+// Support reads these files, and compares them from one PC to the next. Before the newer request a device was slow or
+// not; the pipes must come through.
 TEST(UsbDeviceTree, IsWrittenInBriefAndInDetail)
 {
     CUsbPc pc;
-    pc.Port(0, 5).sConfiguration = pc.Port(0, 1).sConfiguration; // of the device that failed: nobody asks for it
-    EXPECT_EQ(pc.Dump(false), GoldenDump(L"UsbDeviceTree-Detail.txt"));
-    EXPECT_EQ(pc.Dump(true), GoldenDump(L"UsbDeviceTree.txt"));
-}
-
-// Before the newer request a device was slow or not; the pipes must come through.
-TEST(UsbDeviceTree, IsTheSameOnOldSystemsButForTheSpeeds)
-{
-    CUsbPc pc;
-    pc.usb.bOldSystem = true;
-    EXPECT_EQ(pc.Dump(false), std::regex_replace(GoldenDump(L"UsbDeviceTree-Detail.txt"),
-                                                 std::regex("0x0[23] \\((High|Super) "), "0x01 (Full "));
+    const std::string sDetail = pc.Dump(false);
+    ExpectGolden(L"hardware\\UsbDeviceTree-Detail.txt", sDetail, L"");
+    ExpectGolden(L"hardware\\UsbDeviceTree.txt", pc.Dump(true), L"");
+    pc.io.Tamper = [](const auto&, CFakeRequest& rRequest, DWORD& rdwError) {
+        rdwError = rRequest.dwCode == 0x220448 ? ERROR_INVALID_FUNCTION : rdwError;
+    };
+    EXPECT_EQ(pc.Dump(false), std::regex_replace(sDetail, std::regex("0x0[23] \\((High|Super) "), "0x01 (Full "));
 }
 
 // A count from a device must not be believed: there are thirty pipes, and as many HID entries as the record holds. Nor
@@ -58,20 +46,24 @@ TEST(UsbDeviceTree, IsTheSameOnOldSystemsButForTheSpeeds)
 TEST(UsbDeviceTree, ClampsCounts)
 {
     CUsbPc pc;
-    pc.Port(0, 1).dwOpenPipes = 4000000000;
-    pc.Port(0, 1).sConfiguration = std::string(
-                                       "\x09\x02\x1E\x00\x01\x01\x00\x80\x64\x09\x21\x10\x01\x00\xFF\x22\x41\x00", 18) +
-                                   std::string("\x0C\x21\x10\x01\x00\xFF\x22\x41\x00\x22\x05\x00", 12);
-    const std::string sPort = pc.DumpPort(1);
-    EXPECT_EQ(Count(sPort, "<Endpoint Descriptor>"), 30);
-    EXPECT_EQ(Count(sPort, "wDescriptorLength"), 3);
+    const std::string sBefore = pc.Dump(false);
+    std::string& rsConfiguration = pc.root["220410 01 00 00 00 00 00 00 02"];
+    pc.root["220448 01 00 00 00"].replace(23, 4, Bytes("00 28 6B EE"));
+    rsConfiguration = Bytes(
+        "09 02 1E 00 01 01 00 80 64  09 21 10 01 00 FF 22 41 00  0C 21 10 01 00 FF 22 41 00 22 05 00");
+    const std::string sAfter = pc.Dump(false);
+    // Two pipes were there before, and two in the configuration that went.
+    EXPECT_EQ(Count(sAfter, "<Endpoint Descriptor>") - Count(sBefore, "<Endpoint Descriptor>"), 30 - 2 - 2);
+    EXPECT_EQ(Count(sAfter, "wDescriptorLength") - Count(sBefore, "wDescriptorLength"), 3);
 
-    pc.Port(0, 1).Languages.assign(126, 0x409);
-    pc.Port(0, 1).sConfiguration = std::string("\x09\x02\x0F\xFF\x01\x01\x00\x80\x64", 9);
-    while (pc.Port(0, 1).sConfiguration.size() < 0xFF0F)
-        pc.Port(0, 1).sConfiguration += std::string("\x09\x04\x00\x00\x00\x08\x06\x50\x01", 9);
+    pc.root["220410 01 00 00 00 00 00 00 03"] = Bytes("FE 03");
+    for (int n = 0; n < 126; ++n)
+        pc.root["220410 01 00 00 00 00 00 00 03"] += Bytes("09 04");
+    rsConfiguration = Bytes("09 02 0F FF 01 01 00 80 64");
+    while (rsConfiguration.size() < 0xFF0F)
+        rsConfiguration += Bytes("09 04 00 00 00 08 06 50 01");
     std::size_t nAsked = 0;
-    pc.usb.Tamper = [&](CFakeRequest& rRequest, DWORD&) { nAsked += rRequest.Out.size() == 267; };
+    pc.io.Tamper = [&](const auto&, CFakeRequest& rRequest, DWORD&) { nAsked += rRequest.Out.size() == 267; };
     pc.Dump(true);
     EXPECT_LT(nAsked, 1100u);
 }
@@ -102,12 +94,11 @@ TEST(UsbDeviceTree, LosesOnlyWhatADeviceGotWrong)
         { Descriptor, 267, 13, 4, pNoProduct }, // of another type
         { Descriptor, 267, 12, 3, pNoProduct }, // of an odd length
     };
-    const std::string sAll = GoldenDump(L"UsbDeviceTree-Detail.txt");
-    const std::string sOthers = sAll.substr(0, sAll.find("            [Port6]"));
     for (const auto& rCase : aCases)
     {
         CUsbPc pc;
-        pc.usb.Tamper = [&](CFakeRequest& rRequest, DWORD& rdwError) {
+        const std::string sAll = pc.Dump(false), sOthers = sAll.substr(0, sAll.find("            [Port6]"));
+        pc.io.Tamper = [&](const auto&, CFakeRequest& rRequest, DWORD& rdwError) {
             if (rRequest.dwCode != rCase.dwCode || rRequest.In.size() < 5 || rRequest.In[0] != 6 ||
                 (rCase.dwSize != 0 && rRequest.Out.size() != rCase.dwSize))
                 return;
@@ -127,36 +118,14 @@ TEST(UsbDeviceTree, LosesOnlyWhatADeviceGotWrong)
 TEST(UsbDeviceTree, EndsAtHubsThatCannotBeWalked)
 {
     CUsbPc pc;
-    pc.Port(2, 1).Fields["external"] = pc.usb.Hubs[1].sName;
-    pc.Port(2, 2).Fields["external"] = "NOWHERE";
-    EXPECT_EQ(pc.Dump(true), GoldenDump(L"UsbDeviceTree.txt"));
-    // A name of the controller's driver that has no room for a character, then for half of one.
-    BYTE nLength = 6;
-    pc.usb.Tamper = [&](CFakeRequest& rRequest, DWORD&) { rRequest.Out[0] = nLength; };
-    CFileHandle hController;
-    std::wstring sName;
-    const std::wstring sPath = std::exchange(pc.devices.Find(2)->Interfaces[0].sPath, L"\\\\.\\gone");
-    EXPECT_EQ(COpdUsbDeviceTree::StandardOpenDeviceFunction(sPath, hController.Put()), S_OK);
-    EXPECT_EQ(COpdUsbApi::GetHcdDriverKeyName(hController.Get(), sName), E_FAIL);
-    nLength = 7;
-    EXPECT_EQ(COpdUsbApi::GetHcdDriverKeyName(hController.Get(), sName), S_OK);
-    EXPECT_EQ(sName, L"{3");
-    hController.Close();
+    const std::string sBefore = pc.Dump(true);
+    auto& rInner = pc.io.Answers[L"\\\\.\\USB#VID_0424&PID_2502#6&4&0&1#{f18a0e88-c30c-11d0-8815-00a0c906bed8}"];
+    rInner["220448 01 00 00 00"][20] = rInner["220448 02 00 00 00"][20] = 1;
+    rInner["220414 01 00 00 00"] = pc.root["220414 03 00 00 00"];
+    rInner["220414 02 00 00 00"] = Bytes("18 00 00 00 \"NOWHERE|");
+    EXPECT_EQ(pc.Dump(true), sBefore);
+    pc.devices.Find(2)->Interfaces[0].sPath = L"\\\\.\\gone";
     EXPECT_EQ(pc.Dump(true), "");
-}
-
-// The walk has no capabilities to tell; whoever has them gets their line.
-TEST(UsbTreeWriter, WritesTheCapabilitiesOfAHub)
-{
-    const CTestFolder folder;
-    COpdLogFile file;
-    ASSERT_EQ(file.Open(folder / L"hubs.txt"), S_OK);
-    for (const bool bHighSpeed : { true, false })
-        CUsbTreeWriter(file, false, 1).WriteHub({ false, L"HUB", {}, nullptr, USB_HUB_CAPABILITIES{ bHighSpeed } });
-    file.Close();
-    const std::string sText = ReadBytes(folder / L"hubs.txt");
-    EXPECT_EQ(Count(sText, "Global\r\n        Hub Capabilities       : 0x000001 \\(High Speed\\)\r\n"), 1);
-    EXPECT_TRUE(sText.ends_with("\r\n        Hub Capabilities       : 00000000 (Not High Speed)\r\n"));
 }
 
 } // namespace

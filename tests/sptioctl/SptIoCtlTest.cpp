@@ -1,14 +1,17 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <wrl/client.h>
 
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+
 #include "hardware/ByteFigures.h"
-#include "platform/Format.h"
+#include "platform/Path.h"
+#include "sptioctl/SptIoCtlDebug.h"
 #include "sptioctl/StdIoCtlStdUtil.h"
-#include "support/FakeDrive.h"
-#include "support/ImportPatch.h"
-#include "support/LogWatch.h"
-#include "support/TestFolder.h"
+#include "support/FakePcIo.h"
+#include "support/Golden.h"
 
 using namespace sptioctl;
 
@@ -16,12 +19,41 @@ namespace
 {
 
 using namespace std::string_literals;
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using CPointer = Microsoft::WRL::ComPtr<ISptIoCtl>;
 
 const std::string Inquiry = "\x12\0\0\0\x24\0"s,
                   Read = "\x88\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0A\x0B\x0C\x0D\x0E\x0F";
+
+// A drive that answers both requests as the test says, and keeps what it was sent.
+struct CDrive
+{
+    DWORD dwError = ERROR_SUCCESS;
+    BYTE nStatus = 0, nSenseKey = 0, nASC = 0, nASCQ = 0;
+    DWORD dwTransferred = 0;
+    std::string sData = {}; // into the data area, or the caller's buffer
+    DWORD dwCode = 0;
+    std::string sRecord = {};
+
+    DWORD operator()(CFakeRequest& rRequest)
+    {
+        dwCode = rRequest.dwCode;
+        sRecord.assign(rRequest.In.begin(), rRequest.In.end());
+        EXPECT_EQ(rRequest.Out.size(), sRecord.size());
+        if (dwError != ERROR_SUCCESS)
+            return dwError;
+        BYTE* const pOut = rRequest.Out.data();
+        BYTE* pData = pOut + 66;
+        if (dwCode == 0x4D014)
+            std::memcpy(&pData, pOut + 20, sizeof pData);
+        pOut[2] = nStatus;
+        pOut[7] = 14;
+        std::memcpy(pOut + 12, &dwTransferred, sizeof dwTransferred);
+        pOut[50] = nSenseKey;
+        pOut[60] = nASC;
+        pOut[61] = nASCQ;
+        std::copy(sData.begin(), sData.end(), pData);
+        return ERROR_SUCCESS;
+    }
+};
 
 class CPassThrough : public ::testing::Test
 {
@@ -45,8 +77,8 @@ protected:
     }
 
     CFakePcIo m_Io;
-    CFakeDrive m_Drive;
-    CPointer m_pIo;
+    CDrive m_Drive;
+    Microsoft::WRL::ComPtr<ISptIoCtl> m_pIo;
     DWORD m_dwTransferred = 77;
     BYTE m_nKey = 0xEE, m_nASC = 0xEE, m_nASCQ = 0xEE;
 };
@@ -68,7 +100,7 @@ TEST_F(CPassThrough, SendsItsRecordByteForByte)
     {
         EXPECT_EQ(send(), S_OK);
         std::string& rsRecord = m_Drive.sRecord;
-        sSent += Utf8(FormatText(L"%06X %u %u", m_Drive.dwCode, rsRecord.size(), m_Drive.nOut));
+        sSent += Utf8(FormatText(L"%06X %u", m_Drive.dwCode, rsRecord.size()));
         const char* const pData = sData.data();
         if (std::memcmp(rsRecord.data() + 20, &pData, sizeof pData) == 0)
             rsRecord.replace(20, sizeof pData, "addr");
@@ -79,52 +111,40 @@ TEST_F(CPassThrough, SendsItsRecordByteForByte)
     }
     const std::string sGolden = ReadBytes(TEST_DATA L"\\ScsiRecords.txt");
     EXPECT_EQ(sSent, sGolden.substr(sGolden.find("04D004")));
-    ASSERT_EQ(m_Io.Openings.size(), 1u);
-    EXPECT_EQ(m_Io.Openings[0].dwAccess, GENERIC_READ | GENERIC_WRITE);
-    EXPECT_EQ(m_Io.Openings[0].dwFlags, FILE_FLAG_WRITE_THROUGH);
+    EXPECT_EQ(m_Io.LastOpening.dwAccess, GENERIC_READ | GENERIC_WRITE);
+    EXPECT_EQ(m_Io.LastOpening.dwFlags, FILE_FLAG_WRITE_THROUGH);
 }
 
 // A sense key is no failure; key 0 with a bad status is. The two forms are silent about opposite halves of "not ready".
+// The tail of a short read is cleared by the buffered form; nothing is copied for a failed command. More than there was
+// room for is what the device says, not what is copied.
 TEST_F(CPassThrough, JudgesByKeyAndStatus)
 {
-    const struct
-    {
-        BYTE nStatus, nKey, nASC, nASCQ;
-        HRESULT hr;
-        bool aTells[2]; // the buffered form, the direct one
-    } aCases[] = {
-        { 0x00, 0x00, 0x00, 0x00, S_OK, { false, false } }, { 0xFF, 0xF0, 0x3A, 0x00, E_UNEXPECTED, { true, true } },
-        { 0x02, 0x02, 0x3A, 0x00, S_OK, { false, true } },  { 0x02, 0x02, 0x3A, 0x01, S_OK, { true, false } },
-        { 0x00, 0xFF, 0xFF, 0xFF, S_OK, { true, true } },
+    const CDrive aAnswers[] = {
+        { .dwTransferred = 2, .sData = "ab" },
+        { .nStatus = 0xFF, .nSenseKey = 0xF0, .nASC = 0x3A, .dwTransferred = 2, .sData = "ab" },
+        { .nStatus = 2, .nSenseKey = 2, .nASC = 0x3A, .dwTransferred = 2, .sData = "ab" },
+        { .nStatus = 2, .nSenseKey = 2, .nASC = 0x3A, .nASCQ = 1, .dwTransferred = 2, .sData = "ab" },
+        { .nSenseKey = 0xFF, .nASC = 0xFF, .nASCQ = 0xFF, .dwTransferred = 2, .sData = "ab" },
+        { .dwTransferred = 0xFFFFFFFF, .sData = "zzz" },
     };
-    for (const auto& [nStatus, nKey, nASC, nASCQ, hr, aTells] : aCases)
+    std::vector<std::string> Told;
+    for (const CDrive& rAnswer : aAnswers)
     {
-        m_Drive = { 0, nStatus, nKey, nASC, nASCQ, 2, "ab" };
-        for (const bool bDirect : { false, true })
+        for (const auto pSend : { &ISptIoCtl::SendInDataCmd, &ISptIoCtl::SendInDataCmdDirect })
         {
+            m_Drive = rAnswer;
             std::string sData = "xxxx";
             m_dwTransferred = 77;
             const CLogWatch watch;
-            EXPECT_EQ(Send(bDirect ? &ISptIoCtl::SendInDataCmdDirect : &ISptIoCtl::SendInDataCmd, Inquiry, 4, sData),
-                      hr);
-            EXPECT_THAT((std::array{ m_nKey, m_nASC, m_nASCQ }), ElementsAre(nKey & 0x0F, nASC, nASCQ));
-            EXPECT_EQ(m_dwTransferred, SUCCEEDED(hr) ? 2u : 77u);
-            // The tail of a short read is cleared by the buffered form; nothing is copied for a failed command.
-            EXPECT_EQ(sData, bDirect ? "abxx" : SUCCEEDED(hr) ? "ab\0\0"s : "xxxx");
-            const std::vector<std::string> Records = watch.Records();
-            ASSERT_EQ(Records.size(), aTells[bDirect]);
-            const std::wstring sTold = FormatText(
-                L" CDB:6 OPCODE:0x12 / Status:%u Length:14 / SenseKey:0x%02X ASC:0x%02X ASCQ:0x%02X", nStatus, m_nKey,
-                nASC, nASCQ);
-            EXPECT_TRUE(Records.empty() || Records[0].ends_with(Utf8(sTold))) << Records[0];
+            const HRESULT hr = Send(pSend, Inquiry, 3, sData);
+            std::ranges::replace(sData, '\0', '.');
+            Told.push_back(
+                sData + Utf8(FormatText(L" %u of %08X, %X %02X %02X", m_dwTransferred, hr, m_nKey, m_nASC, m_nASCQ)));
+            std::ranges::copy(watch.Records(), std::back_inserter(Told));
         }
     }
-    // More than there was room for is what the device says, not what is copied.
-    m_Drive = { .dwTransferred = 0xFFFFFFFF, .sData = std::string(512, 'z') };
-    std::string sData = "xxxx";
-    EXPECT_EQ(Send(&ISptIoCtl::SendInDataCmd, Inquiry, 3, sData), S_OK);
-    EXPECT_EQ(sData, "zzzx");
-    EXPECT_EQ(m_dwTransferred, 0xFFFFFFFF);
+    ExpectGolden(L"ScsiVerdicts.txt", Joined(Told), L"");
 }
 
 // A request that fails leaves the sense alone, the drive open and the next command possible; a second open must not
@@ -147,29 +167,37 @@ TEST_F(CPassThrough, StaysOpenBehindAFailure)
     EXPECT_EQ(Send(&ISptIoCtl::SendInDataCmdDirect, Inquiry, 600, sData), S_OK);
     EXPECT_EQ(m_pIo->Close(), S_OK);
     EXPECT_EQ(Send(&ISptIoCtl::SendInDataCmdDirect, Inquiry, 600, sData), E_UNEXPECTED);
-    EXPECT_THAT(
-        watch.Records(),
-        ElementsAre(EndsWith("] ::DeviceIoControl( \"\\\\.\\E:\", IOCTL_SCSI_PASS_THROUGH, OPCODE:0x12, IO:0x01, "
-                             "DATA:600, TIMEOUT:7 ) failed. [0x8007045D]"),
-                    EndsWith("] CdbSize(17) > 16"), EndsWith("] CHeapPtr<UINT8>::AllocateBytes( 4294967298 ) failed."),
-                    EndsWith("] A drive (C:) has benn already opened."),
-                    EndsWith("] Any drive hasn't been opend yet.")));
+    ExpectGolden(L"ScsiFailures.log", Joined(watch.Records()), L"");
 }
 
-BOOL WINAPI NoSection(CRITICAL_SECTION*, DWORD)
+// Whoever analyses a drive's behaviour replays these files in the order of their names.
+TEST_F(CPassThrough, IsRecorded)
 {
-    ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return FALSE;
-}
+    const std::wstring sFolder = ModuleDirPath() + L"\\log.SCSI";
+    std::filesystem::remove_all(sFolder);
+    SYSTEMTIME Now{ 2024, 2, 6, 3, 4, 5, 6, 7 };
+    const auto time = FakeImport<decltype(::GetLocalTime)>("GetLocalTime", [&](SYSTEMTIME* pTime) { *pTime = Now; });
+    const Microsoft::WRL::ComPtr<CSptIoCtlDebug> pDebug(new CSptIoCtlDebug);
+    EXPECT_EQ(pDebug->SetSptIoCtl(m_pIo.Get()), S_OK);
+    m_pIo = pDebug;
+    const BYTE aCdb[]{ 0x31, 0x32, 0x33 };
+    const std::string sCdb = "123";
+    std::string sData = "data";
 
-// Half an object would be used, and destroyed, like a whole one.
-TEST(SptIoCtlStdUtil, GivesNoObjectWithoutItsLock)
-{
-    const CImportPatch<decltype(NoSection)> section("InitializeCriticalSectionAndSpinCount", NoSection);
-    const CLogWatch watch;
-    EXPECT_EQ(CSptIoCtlStdUtil::CreateSptIoCtl(), nullptr);
-    EXPECT_THAT(watch.Records(),
-                ElementsAre(EndsWith("] CComObject<sptioctl::CSptIoCtl>::CreateInstance() failed. [0x80070008]")));
+    m_Drive = { .nStatus = 2, .nSenseKey = 2, .nASC = 0x3A };
+    EXPECT_EQ(m_pIo->SendNoDataCmd(3, aCdb, &m_nKey, &m_nASC, &m_nASCQ), S_OK);
+    m_Drive = { .dwTransferred = 2, .sData = "in" };
+    EXPECT_EQ(Send(&ISptIoCtl::SendInDataCmd, sCdb, 4, sData), S_OK);
+    m_Drive = { .dwTransferred = 0xFFFFFFFF };
+    EXPECT_EQ(Send(&ISptIoCtl::SendOutDataCmdDirect, sCdb, 4, sData = "data"), S_OK);
+    Now.wMilliseconds = 8;
+    m_Drive = {}; // nothing transferred, then nothing to send
+    EXPECT_EQ(Send(&ISptIoCtl::SendInDataCmdDirect, sCdb, 4, sData), S_OK);
+    EXPECT_EQ(m_pIo->SendNoDataCmdDirect(0, aCdb, &m_nKey, &m_nASC, &m_nASCQ), E_INVALIDARG);
+    m_Drive.dwError = ERROR_IO_DEVICE;
+    EXPECT_EQ(Send(&ISptIoCtl::SendOutDataCmd, sCdb, 4, sData), HRESULT_FROM_WIN32(ERROR_IO_DEVICE));
+    ExpectGolden(L"ScsiRecorded.txt", FilesBelow(sFolder), L"");
+    std::filesystem::remove_all(sFolder);
 }
 
 } // namespace

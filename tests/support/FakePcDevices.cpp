@@ -1,8 +1,12 @@
 #include "support/FakePcDevices.h"
 
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <utility>
 
+#include "platform/WideText.h"
 #include "support/ImportPatch.h"
 
 namespace
@@ -181,4 +185,61 @@ DEVINST CFakePcDevices::Add(DEVINST hParent, CFakeNode node)
         pParent->hLastChild = hNode;
     }
     return hNode;
+}
+
+void CFakePcDevices::Describe(const std::wstring& sPath, DEVINST hParent)
+{
+    std::ifstream File(std::filesystem::path{ sPath });
+    std::vector<DEVINST> Branch; // from the first parent to the last node
+    CFakeProperty* pProperty = nullptr;
+    for (std::string sLine, sKey, sText; std::getline(File, sLine);)
+    {
+        std::istringstream Words(sLine);
+        std::size_t nNumber = 0;
+        Words >> sKey;
+        if (sKey == "node" && Words >> nNumber >> sText)
+        {
+            Branch.resize(nNumber + 1, hParent);
+            Branch.push_back(Add(Branch.back(), { .sId = ToWide(sText), .bPresent = Words.eof() }));
+        }
+        else if (sKey == "interface" && Words >> sKey >> sText)
+        {
+            CFakeInterface& rInterface = Find(Branch.back())->Interfaces.emplace_back(GUID{}, ToWide(sText));
+            ::IIDFromString(ToWide(sKey).c_str(), &rInterface.Guid);
+        }
+        else if (sKey == "property" && Words >> nNumber)
+        {
+            pProperty = &Find(Branch.back())->Properties[nNumber];
+            Words >> pProperty->ulType;
+            pProperty->sBytes = DescribedBytes(Words);
+        }
+        else if (sKey == "later")
+            pProperty->Later = DescribedBytes(Words);
+        else if (sKey == "told")
+            Words >> pProperty->dwTold;
+        else if (sKey == "fails")
+            Words >> pProperty->crLater;
+    }
+    if (Nodes().empty())
+        throw std::runtime_error("no device is described");
+}
+
+std::string DescribedBytes(std::istream& rWords)
+{
+    std::string sBytes, sText;
+    char cFirst;
+    while (rWords >> cFirst)
+    {
+        if (cFirst != '"' && cFirst != '\'')
+        {
+            unsigned nByte = 0;
+            rWords.unget() >> std::hex >> nByte;
+            sBytes += static_cast<char>(nByte);
+            continue;
+        }
+        std::getline(rWords, sText);
+        for (const char c : sText)
+            sBytes.append({ c == '|' ? '\0' : c, '\0' }, 0, cFirst == '"' ? 2 : 1);
+    }
+    return sBytes;
 }

@@ -2,6 +2,7 @@
 // object lives. One at a time.
 #pragma once
 
+#include <istream>
 #include <map>
 #include <memory>
 #include <optional>
@@ -28,6 +29,8 @@ inline CFakeProperty FakeText(const std::wstring& sText)
 {
     return { REG_SZ, { reinterpret_cast<const char*>(sText.c_str()), (sText.size() + 1) * sizeof(wchar_t) } };
 }
+// The rest of a description's line: bytes, and behind a quote the characters of a text, each "|" a zero.
+std::string DescribedBytes(std::istream& rWords);
 
 struct CFakeInterface
 {
@@ -57,6 +60,9 @@ public:
     CFakePcDevices(const CFakePcDevices&) = delete;
     CFakePcDevices& operator=(const CFakePcDevices&) = delete;
 
+    // Adds the nodes of a text file, whose form tests/data/hardware/SamplePc.txt tells, as a tree of their own or below
+    // a node.
+    void Describe(const std::wstring& sPath, DEVINST hParent = 0);
     // The first is the root, with parent 0. Numbers count from 1; device sets have the nodes in this order.
     DEVINST Add(DEVINST hParent, CFakeNode node);
     // Null for a number that no node has.

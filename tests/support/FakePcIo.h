@@ -20,10 +20,11 @@ struct CFakeRequest
 };
 // Gives ERROR_SUCCESS, or the last error of a call that fails.
 using CFakeAnswer = std::function<DWORD(CFakeRequest&)>;
+// By their questions, as a description has them.
+using CFakeAnswers = std::map<std::string, std::string>;
 
 struct CFakeOpening
 {
-    std::wstring sPath;
     DWORD dwAccess, dwShare, dwFlags;
 };
 
@@ -32,12 +33,17 @@ class CFakePcIo
 public:
     CFakePcIo() { s_pIo = this; }
 
-    // A path is found whatever its case. Paths with "\\.\" in front that nobody added are not found.
+    // A path is found whatever its case. Those without an answer are not, nor paths with "\\.\" in front that nobody
+    // added.
     void Add(std::wstring sPath, CFakeAnswer answer) { m_Devices[::_wcslwr(sPath.data())] = std::move(answer); }
+    // Adds the devices of a text file, whose form tests/data/hardware/UsbPc.txt tells; a later file has the last word.
+    void Describe(const std::wstring& sPath);
 
-    std::vector<CFakeOpening> Openings; // every attempt
-    // Sees each answered request, with the path in small letters and the error.
-    std::function<void(const std::wstring&, const CFakeRequest&, DWORD)> Watch;
+    CFakeOpening LastOpening{};
+    // By the paths of described devices. What has no answer is not ready.
+    std::map<std::wstring, CFakeAnswers> Answers;
+    // Sees each answered request, with the path in small letters, and may change its bytes, its size and its error.
+    std::function<void(const std::wstring&, CFakeRequest&, DWORD& rdwError)> Tamper;
     std::size_t OpenHandles() const { return m_Handles.size(); }
 
 private:
@@ -48,10 +54,12 @@ private:
         const auto it = s_pIo->m_Devices.find(::_wcslwr(sPath.data()));
         if (it == s_pIo->m_Devices.end() && !sPath.starts_with(L"\\\\.\\"))
             return s_pIo->m_Open.Original()(pPath, dwAccess, dwShare, pSecurity, dwDisposition, dwFlags, hTemplate);
-        s_pIo->Openings.push_back({ pPath, dwAccess, dwShare, dwFlags });
+        s_pIo->LastOpening = { dwAccess, dwShare, dwFlags };
         ::SetLastError(ERROR_FILE_NOT_FOUND);
-        if (it == s_pIo->m_Devices.end())
+        if (it == s_pIo->m_Devices.end() || !it->second)
             return INVALID_HANDLE_VALUE;
+        if (s_pIo->m_Handles.empty()) // so that a second dump has the handles of the first
+            s_pIo->m_nLastHandle = 0x7E000000;
         const auto hDevice = reinterpret_cast<HANDLE>(s_pIo->m_nLastHandle += 4);
         s_pIo->m_Handles[hDevice] = &*it;
         return hDevice;
@@ -65,10 +73,10 @@ private:
         const auto* const pFirst = static_cast<const BYTE*>(pIn);
         CFakeRequest request{ dwCode, std::vector<BYTE>(pFirst, pFirst + dwIn), { static_cast<BYTE*>(pOut), dwOut } };
         const auto& [sPath, answer] = *it->second;
-        const DWORD dwError = answer(request);
+        DWORD dwError = answer(request);
+        if (s_pIo->Tamper)
+            s_pIo->Tamper(sPath, request, dwError);
         *pdwReturned = request.dwReturned;
-        if (s_pIo->Watch)
-            s_pIo->Watch(sPath, request, dwError);
         ::SetLastError(dwError);
         return dwError == ERROR_SUCCESS;
     }
@@ -80,7 +88,7 @@ private:
     static inline CFakePcIo* s_pIo;
     std::map<std::wstring, CFakeAnswer> m_Devices;
     std::map<HANDLE, const std::pair<const std::wstring, CFakeAnswer>*> m_Handles;
-    ULONG_PTR m_nLastHandle = 0x7E000000;
+    ULONG_PTR m_nLastHandle = 0;
     CImportPatch<decltype(Open)> m_Open{ "CreateFileW", Open };
     CImportPatch<decltype(Control)> m_Control{ "DeviceIoControl", Control };
     CImportPatch<decltype(Close)> m_Close{ "CloseHandle", Close };

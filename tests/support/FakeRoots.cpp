@@ -1,8 +1,7 @@
 #include "support/FakeRoots.h"
 
+#include <iomanip>
 #include <sstream>
-#include <stdexcept>
-#include <vector>
 
 #include "platform/Text.h"
 #include "platform/WideText.h"
@@ -11,45 +10,31 @@
 namespace
 {
 
-// The text in quotes that begins at rnAt, which then stands behind it.
-std::wstring Quoted(const std::string& sLine, std::size_t& rnAt)
-{
-    std::string sText;
-    for (++rnAt; sLine.at(rnAt) != '"'; ++rnAt)
-    {
-        if (sLine[rnAt] == '\\')
-            ++rnAt;
-        sText += sLine.at(rnAt);
-    }
-    ++rnAt;
-    return ToWide(sText);
-}
-
-// "hex:0a,ff" or "hex(2):..."
-void SetBytes(const CScratchKey& rKey, const std::wstring& sName, const std::string& sValue)
-{
-    const DWORD dwType = sValue[3] == '(' ? std::stoul(sValue.substr(4), nullptr, 16) : REG_BINARY;
-    std::vector<BYTE> Data;
-    for (std::size_t n = sValue.find(':') + 1; n < sValue.size(); n += 3)
-        Data.push_back(static_cast<BYTE>(std::stoul(sValue.substr(n, 2), nullptr, 16)));
-    // A zero behind an unterminated text would be stored with it, uncounted.
-    Data.insert(Data.end(), 2, 0xFF);
-    rKey.Set(sName.c_str(), dwType, std::span(Data).first(Data.size() - 2));
-}
-
+// "name"="text", "name"=dword:0000000a, "name"=hex:0a,ff or "name"=hex(2):...; "@" is the name of the key's own value.
 void SetValue(const CScratchKey& rKey, const std::string& sLine)
 {
-    std::size_t nAt = 1;
-    std::wstring sName;
-    if (sLine[0] == '"')
-        sName = Quoted(sLine, nAt = 0);
-    const std::string sValue = sLine.substr(nAt + 1);
-    if (sValue.starts_with("\""))
-        rKey.SetText(sName.c_str(), Quoted(sValue, nAt = 0));
-    else if (sValue.starts_with("dword:"))
-        rKey.SetDword(sName.c_str(), std::stoul(sValue.substr(6), nullptr, 16));
+    std::istringstream Line(sLine);
+    std::string sName, sValue;
+    if (Line.peek() == '@')
+        Line.ignore();
     else
-        SetBytes(rKey, sName, sValue);
+        Line >> std::quoted(sName);
+    Line.ignore(); // "="
+    const bool bText = Line.peek() == '"';
+    Line >> std::quoted(sValue);
+    const std::wstring sWideName = ToWide(sName);
+    if (bText)
+        return rKey.SetText(sWideName.c_str(), ToWide(sValue));
+    const std::size_t nAt = sValue.find(':') + 1;
+    if (sValue.starts_with("dword"))
+        return rKey.SetDword(sWideName.c_str(), std::stoul(sValue.substr(nAt), nullptr, 16));
+    std::string sData;
+    for (std::size_t n = nAt; n < sValue.size(); n += 3)
+        sData += static_cast<char>(std::stoul(sValue.substr(n, 2), nullptr, 16));
+    // A zero behind an unterminated text would be stored with it, uncounted.
+    sData += "\xFF\xFF";
+    rKey.Set(sWideName.c_str(), nAt > 4 ? std::stoul(sValue.substr(4), nullptr, 16) : REG_BINARY, sData.data(),
+             sData.size() - 2);
 }
 
 } // namespace
@@ -67,15 +52,10 @@ CFakeRoots::CFakeRoots(std::wstring_view sDocument, const std::wstring& sFolder)
         else if (sLine.starts_with("\"") || sLine.starts_with("@"))
             SetValue(m_Keys.back(), sLine);
     }
-    Enter(sText.find("\n[HKEY_CLASSES_ROOT") != sText.npos);
-}
-
-void CFakeRoots::Enter(bool bClasses)
-{
-    if ((bClasses && ::RegOverridePredefKey(HKEY_CLASSES_ROOT, m_Classes.Get()) != ERROR_SUCCESS) ||
-        ::RegOverridePredefKey(HKEY_CURRENT_USER, m_User.Get()) != ERROR_SUCCESS ||
-        ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_Machine.Get()) != ERROR_SUCCESS)
-        throw std::runtime_error("cannot replace the registry's roots");
+    if (sText.find("\n[HKEY_CLASSES_ROOT") != sText.npos)
+        ::RegOverridePredefKey(HKEY_CLASSES_ROOT, m_Classes.Get());
+    ::RegOverridePredefKey(HKEY_CURRENT_USER, m_User.Get());
+    ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_Machine.Get());
 }
 
 CFakeRoots::~CFakeRoots()

@@ -10,15 +10,10 @@
 class CFakeRoots
 {
 public:
-    // HKEY_LOCAL_MACHINE and HKEY_CURRENT_USER, empty at first. Keys are made before Enter.
-    CFakeRoots() = default;
     // The roots that a document in regedit's form below tests/data names, entered. "$" in it stands for the folder.
     // Data are stored as they stand there, terminated or not.
     explicit CFakeRoots(std::wstring_view sDocument, const std::wstring& sFolder = L"");
     ~CFakeRoots();
-    CScratchKey& Machine(const std::wstring& sPath) { return m_Keys.emplace_back(Root + L"LOCAL_MACHINE\\" + sPath); }
-    CScratchKey& User(const std::wstring& sPath) { return m_Keys.emplace_back(Root + L"CURRENT_USER\\" + sPath); }
-    void Enter(bool bClasses = false);
 
 private:
     static inline const std::wstring Root = L"kelvarin-tests\\HKEY_";

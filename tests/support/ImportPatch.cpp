@@ -29,24 +29,15 @@ void** FindSlot(const char* pName)
     throw std::runtime_error(std::string("not imported: ") + pName);
 }
 
-void* Swap(void** ppSlot, void* pNew)
-{
-    DWORD dwProtection = 0;
-    ::VirtualProtect(ppSlot, sizeof *ppSlot, PAGE_READWRITE, &dwProtection);
-    void* const pOld = *ppSlot;
-    *ppSlot = pNew;
-    ::VirtualProtect(ppSlot, sizeof *ppSlot, dwProtection, &dwProtection);
-    return pOld;
-}
-
 } // namespace
 
+// The linker leaves the table writable.
 CImportPatchBase::CImportPatchBase(const char* pName, void* pFake) : m_ppSlot(FindSlot(pName))
 {
-    m_pOriginal = Swap(m_ppSlot, pFake);
+    m_pOriginal = std::exchange(*m_ppSlot, pFake);
 }
 
 CImportPatchBase::~CImportPatchBase()
 {
-    Swap(m_ppSlot, m_pOriginal);
+    *m_ppSlot = m_pOriginal;
 }

@@ -4,14 +4,37 @@
 #include <string>
 #include <vector>
 
+#include "app/CmdLineParam.h"
+#include "platform/Path.h"
+#include "support/TestFolder.h"
+
 class CLogWatch
 {
 public:
-    CLogWatch();
-
     // The records as "[CThing::Read] message", without time, process and source line, in UTF-8.
-    std::vector<std::string> Records() const;
+    std::vector<std::string> Records() const
+    {
+        std::vector<std::string> Records;
+        const std::string sText = LogText();
+        for (std::size_t n = m_nStart, nEnd; (nEnd = sText.find("\r\n", n)) != sText.npos; n = nEnd + 2)
+        {
+            // "[date time][process] 00042:[Function] message"
+            const std::string sLine = sText.substr(n, nEnd - n);
+            const std::size_t nRecord = sLine.find(":[", sLine.find("] "));
+            if (nRecord != sLine.npos)
+                Records.push_back(sLine.substr(nRecord + 1));
+        }
+        return Records;
+    }
 
 private:
-    std::size_t m_nStart;
+    static std::string LogText()
+    {
+        std::wstring sPath;
+        CCmdLineParam::OfThisProcess().GetResultDirPath(sPath);
+        sPath = JoinPath(sPath, L"Kelvarin.log");
+        return FileExists(sPath) ? ReadBytes(sPath) : std::string();
+    }
+
+    const std::size_t m_nStart = LogText().size();
 };

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <stdexcept>
 
 #include "platform/AnsiText.h"
@@ -36,9 +36,7 @@ std::string ReadBytes(const std::wstring& sPath)
     std::ifstream File(std::filesystem::path(sPath), std::ios::binary);
     if (!File)
         throw std::runtime_error("cannot read " + Utf8(sPath));
-    std::ostringstream Text;
-    Text << File.rdbuf();
-    return Text.str();
+    return { std::istreambuf_iterator<char>(File), {} };
 }
 
 std::string Utf8(std::wstring_view sText)

@@ -2,7 +2,7 @@
 // product's side-by-side helper, and the fake PC takes the place of the functions that setupapi exports.
 #include <cstring>
 
-#include "support/FakePcUsb.h"
+#include "support/FakePcDevices.h"
 #include "support/ImportPatch.h"
 
 // Here the fakes go into the system library's table of exports. Its other functions, and those of other libraries, are
@@ -35,7 +35,6 @@ BOOL WINAPI DllMain(HINSTANCE hInstance, DWORD dwReason, void*)
     // To the end of the program: it finds no class here and would let the library go.
     ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
                          reinterpret_cast<const wchar_t*>(hInstance), &hInstance);
-    auto* const pDevices = new CFakePcDevices;
-    new CFakePcUsb(TEST_DATA L"\\hardware\\UsbPc.txt", *pDevices, *new CFakePcIo);
+    (new CFakePcDevices)->Describe(TEST_DATA L"\\hardware\\UsbPc.txt");
     return TRUE;
 }
