@@ -70,7 +70,6 @@ void WINAPI ServiceMain(DWORD, wchar_t**)
     WriteLog(L"started");
     WaitForSingleObject(g_hStop, INFINITE);
     WriteLog(L"stopped");
-    CloseHandle(g_hStop);
     ReportState(SERVICE_STOPPED);
 }
 

@@ -116,7 +116,7 @@ struct CPc : CFakeUsbPc
 };
 
 // Support reads this report first; whoever compares two PCs does it line by line. A refused inquiry, as of drive F,
-// costs the block of its answer only.
+// costs the block of its answer only. The brief tree under the name of the detailed one misleads, too.
 TEST(HardwareInfoCollector, WritesTheReport)
 {
     const CTestFolder folder;
@@ -129,6 +129,11 @@ TEST(HardwareInfoCollector, WritesTheReport)
     const CLogWatch watch;
     EXPECT_EQ(CHardwareInfoCollector().Collect(folder / L"new\\out"), S_OK);
     ExpectGolden(L"hardware\\HardwareInfo.txt", ReadBytes(folder / L"new\\out\\HardwareInfo.txt"), L"");
+    for (const auto& [pName, pStart] : { std::pair{ L"DeviceTree.txt", "+ " },
+                                         { L"DeviceTree-Detail.txt", "____" },
+                                         { L"UsbDeviceTree.txt", "+ [Host" },
+                                         { L"UsbDeviceTree-Detail.txt", "\r\n____" } })
+        EXPECT_TRUE(ReadBytes(folder / (std::wstring(L"new\\out\\") + pName)).starts_with(pStart)) << Utf8(pName);
     // The collector's own records, without what the classes below have to say.
     std::vector<std::string> Records = watch.Records();
     std::erase_if(Records, [](const std::string& s) { return !s.starts_with("[CHardwareInfoCollector::"); });

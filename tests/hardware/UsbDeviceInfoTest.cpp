@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "hardware/OpdUsbDeviceInfo.h"
 #include "support/FakeUsbPc.h"
-#include "support/TestFolder.h"
+#include "support/Golden.h"
 
 namespace
 {
@@ -70,12 +72,18 @@ TEST(UsbDeviceInfo, TellsWhereTheWayEnds)
         { L'F', [](CFakeUsbPc& rPc) { rPc.devices.Find(3)->Properties.clear(); }, sOther },
         { L'F', [](CFakeUsbPc& rPc) { rPc.root.erase("220420 02 00 00 00"); }, sOther },
     };
+    std::string sLog;
     for (const auto& rCase : aCases)
     {
         CFakeUsbPc pc;
         rCase.Change(pc);
+        const CLogWatch watch;
         EXPECT_EQ(Told(rCase.cDrive), rCase.sTold) << &rCase - aCases;
+        std::vector<std::string> Records = watch.Records();
+        Records.erase(std::ranges::unique(Records).begin(), Records.end()); // a tree without a top is climbed long
+        sLog += "== " + std::to_string(&rCase - aCases) + "\r\n" + Joined(Records);
     }
+    ExpectGolden(L"hardware\\UsbDeviceInfo.log", sLog, L"");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <regex>
 
 #include "hardware/OpdUsbDeviceTree.h"
@@ -94,10 +95,13 @@ TEST(UsbDeviceTree, LosesOnlyWhatADeviceGotWrong)
         { Descriptor, 267, 13, 4, pNoProduct }, // of another type
         { Descriptor, 267, 12, 3, pNoProduct }, // of an odd length
     };
+    std::string sLog;
     for (const auto& rCase : aCases)
     {
         CUsbPc pc;
+        const CLogWatch usual;
         const std::string sAll = pc.Dump(false), sOthers = sAll.substr(0, sAll.find("            [Port6]"));
+        const std::vector<std::string> Usual = usual.Records();
         pc.io.Tamper = [&](const auto&, CFakeRequest& rRequest, DWORD& rdwError) {
             if (rRequest.dwCode != rCase.dwCode || rRequest.In.size() < 5 || rRequest.In[0] != 6 ||
                 (rCase.dwSize != 0 && rRequest.Out.size() != rCase.dwSize))
@@ -107,11 +111,16 @@ TEST(UsbDeviceTree, LosesOnlyWhatADeviceGotWrong)
             rRequest.dwReturned = rCase.dwAt == Answers ? rCase.dwValue : rRequest.dwReturned;
             rdwError = rCase.dwAt == Fails ? ERROR_GEN_FAILURE : rdwError;
         };
+        const CLogWatch watch;
         const std::string sText = pc.Dump(false);
+        sLog += "== " + std::to_string(&rCase - aCases) + "\r\n";
+        for (const std::string& rRecord : watch.Records())
+            sLog += std::ranges::count(Usual, rRecord) == 0 ? rRecord + "\r\n" : "";
         ASSERT_TRUE(sText.starts_with(sOthers)) << sText;
         const bool bWithout = rCase.pTold[0] == '!';
         EXPECT_EQ(sText.find(rCase.pTold + bWithout, sOthers.size()) == sText.npos, bWithout) << rCase.pTold << sText;
     }
+    ExpectGolden(L"hardware\\UsbDeviceTree.log", sLog, L"");
 }
 
 // A hub that stands below itself, a broken one, and a controller that cannot be opened end at that place.

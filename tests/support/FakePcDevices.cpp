@@ -76,8 +76,7 @@ struct CCalls
     {
         if (s_pPc->dwSetError != ERROR_SUCCESS && !FailedCall(s_pPc->dwSetError))
             return INVALID_HANDLE_VALUE;
-        static ULONG_PTR s_nLast = 0x5E700000;
-        const auto hSet = reinterpret_cast<HDEVINFO>(++s_nLast);
+        const auto hSet = reinterpret_cast<HDEVINFO>(++s_pPc->nLastSet);
         std::vector<CFakeSetItem>& rItems = s_pPc->Sets[hSet];
         for (DEVINST hNode = 1; const CFakeNode* pNode = s_pPc->Find(hNode); ++hNode)
         {

@@ -72,6 +72,7 @@ public:
     // What the calls have done.
     std::size_t OpenSets() const { return Sets.size(); }
     std::map<HDEVINFO, std::vector<CFakeSetItem>> Sets;
+    ULONG_PTR nLastSet = 0x5E700000;
     std::string sRelations; // "c1 s1 p1 ": child, sibling, parent of node 1
     // Failures to play. Without nodes there is no root.
     DWORD dwSetError = ERROR_SUCCESS;
