@@ -15,7 +15,9 @@ public:
     std::vector<std::string> Records() const
     {
         std::vector<std::string> Records;
-        const std::string sText = LogText();
+        // A log that was full meanwhile goes on in a new file.
+        const std::string sFull = LogText(L".bak");
+        const std::string sText = (sFull.size() == m_nFull ? "" : sFull) + LogText();
         for (std::size_t n = m_nStart, nEnd; (nEnd = sText.find("\r\n", n)) != sText.npos; n = nEnd + 2)
         {
             // "[date time][process] 00042:[Function] message"
@@ -28,13 +30,13 @@ public:
     }
 
 private:
-    static std::string LogText()
+    static std::string LogText(const wchar_t* pEnd = L"")
     {
         std::wstring sPath;
         CCmdLineParam::OfThisProcess().GetResultDirPath(sPath);
-        sPath = JoinPath(sPath, L"Kelvarin.log");
+        sPath = JoinPath(sPath, L"Kelvarin.log") + pEnd;
         return FileExists(sPath) ? ReadBytes(sPath) : std::string();
     }
 
-    const std::size_t m_nStart = LogText().size();
+    const std::size_t m_nStart = LogText().size(), m_nFull = LogText(L".bak").size();
 };
