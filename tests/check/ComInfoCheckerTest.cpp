@@ -1,5 +1,5 @@
 // What the check of COM objects loads, and the lists of it.
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <regex>
@@ -39,17 +39,19 @@ protected:
 };
 
 // A module that an object leaves loaded has to be in the list, and counts where an installation for all programs must
-// not be touched; the folder's name needs no end, as in "VelmoraX".
+// not be touched; the folder's name needs no end, as in "VelmoraX". A file in the way of the list must not cost that.
 TEST_F(ComInfoChecker, ListsModulesAndCountsThoseOfTheInstallation)
 {
     const ComInfos Infos{ AddLoader(L" (x86)\\Common Files\\Tolvane Shared\\Velmora"),
                           AddLoader(L"\\Common Files\\Tolvane Shared\\Velmora"),
                           AddLoader(L"\\Common Files\\Tolvane Shared\\nuvexX\\deep") };
-    ExpectRun("Modules", Infos);
-    ExpectRun("Modules, side by side", Infos, true, m_Folder.Path());
+    ExpectRun("Modules", Infos, false, m_Folder.Path());
     // Without the platform's own modules.
     const std::regex Others("[A-Z]:\\\\(?![^\r]*resident)[^\r]*\r\n");
     ExpectGolden(L"check/ModuleLists.txt", std::regex_replace(FilesBelow(m_Folder.Path()), Others, ""), L"");
+    ::DeleteFileW((m_Folder / L"LoadedComModules.txt").c_str());
+    m_Folder.Write(L"LoadedComModules.txt\\a folder is in the way", "");
+    ExpectRun("Modules, side by side", Infos, true, m_Folder.Path());
 }
 
 // The list is for people at the maker. One driver without a name must not hide the others, drivers that come or go
@@ -84,17 +86,6 @@ TEST_F(ComInfoChecker, ListsTheDriversThatHaveNames)
         sLists += ReadBytes(m_Folder / L"LoadedDeviceDrivers.txt");
     }
     ExpectGolden(L"check/DriverLists.txt", sLists + Joined(watch.Records()), L"");
-}
-
-// A file in the way must not cost the test for modules.
-TEST_F(ComInfoChecker, CountsModulesWithoutTheList)
-{
-    const CComObjectInfo loader = AddLoader(L"\\Common Files\\Tolvane Shared\\Velmora");
-    m_Folder.Write(L"LoadedComModules.txt\\a folder is in the way", "");
-    const CLogWatch watch;
-    ExpectRun("List in the way", { loader }, true, m_Folder.Path());
-    EXPECT_THAT(watch.Records(),
-                ::testing::Contains(::testing::EndsWith("LoadedComModules.txt\" ) failed. [0x80070005]")));
 }
 
 } // namespace

@@ -8,7 +8,8 @@ namespace
 {
 
 // The report's every line is read by the support desk and its scripts. It must name what is missing, an empty path must
-// not list the current folder, and no step may end the others; a second run replaces the first one's report.
+// not list the current folder, and no step may end the others; a second run replaces the first one's report. Damaged
+// values of the registry must neither crash nor end the list.
 TEST(VlmInfoCollector, ReportsAnInstalledProductAndAMissingOne)
 {
     const auto times = FakeFileTimes();

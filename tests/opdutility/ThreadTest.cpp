@@ -11,17 +11,12 @@ struct CWorker
     unsigned WaitForGo()
     {
         ::WaitForSingleObject(hGo.Get(), 20000);
-        return 42;
-    }
-    unsigned Sleep()
-    {
         ::Sleep(100);
-        bSlept = true;
-        return 0;
+        return ++nResult;
     }
 
     CKernelHandle hGo{ ::CreateEventW(nullptr, FALSE, FALSE, nullptr) };
-    bool bSlept = false;
+    unsigned nResult = 0;
 };
 
 // A second start or an early close must leave the first thread and its handle alone; an object that goes must have
@@ -30,7 +25,7 @@ TEST(Thread, IsHeldFromStartToClose)
 {
     CWorker worker;
     COpdThreadT<CWorker> thread(&worker, &CWorker::WaitForGo);
-    for (int n = 0; n < 2; ++n)
+    for (const DWORD dwExpected : { 1u, 2u })
     {
         DWORD dwResult = 77;
         EXPECT_EQ(thread.WaitThread(INFINITE, dwResult), S_OK);
@@ -43,11 +38,12 @@ TEST(Thread, IsHeldFromStartToClose)
         ::SetEvent(worker.hGo.Get());
         EXPECT_EQ(thread.WaitThread(20000), S_OK);
         EXPECT_EQ(thread.GetExitCodeThread(dwResult), S_OK);
-        EXPECT_EQ(dwResult, 42u);
+        EXPECT_EQ(dwResult, dwExpected);
         EXPECT_EQ(thread.Close(), S_OK);
     }
-    OpdBeginThread(&worker, &CWorker::Sleep);
-    EXPECT_TRUE(worker.bSlept);
+    ::SetEvent(worker.hGo.Get());
+    OpdBeginThread(&worker, &CWorker::WaitForGo);
+    EXPECT_EQ(worker.nResult, 3u);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "opdutility/OpdFileHelper.h"
-#include "platform/Handle.h"
 #include "support/TestFolder.h"
 
 namespace
@@ -30,24 +29,6 @@ TEST(FileHelper, MakesPathsAbsolute)
         EXPECT_EQ(COpdFileHelper::GetAbsolutePath(sPath, sAbsolute), sExpected == L"refused" ? E_FAIL : S_OK);
         EXPECT_EQ(Utf8(sAbsolute), Utf8(sExpected));
     }
-}
-
-// Files in use are the interesting ones; the size has 32 bits in every report.
-TEST(FileHelper, AsksAboutFilesThatOthersHold)
-{
-    const CTestFolder folder;
-    const CFileHandle hFile(
-        ::CreateFileW((folder / L"held").c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
-    LARGE_INTEGER Size;
-    Size.QuadPart = 0x100000005;
-    const FILETIME Given{ 0x12345680, 0x01D00000 };
-    ASSERT_TRUE(::SetFilePointerEx(hFile.Get(), Size, nullptr, FILE_BEGIN) && ::SetEndOfFile(hFile.Get()) &&
-                ::SetFileTime(hFile.Get(), nullptr, nullptr, &Given));
-    ULONGLONG ullSize = 0;
-    std::wstring sCreation, sAccess, sWrite;
-    EXPECT_EQ(COpdFileHelper::GetFileInfo(folder / L"held", sCreation, sAccess, sWrite, ullSize), S_OK);
-    EXPECT_EQ(ullSize, 5u);
-    EXPECT_THAT(Utf8(sWrite), testing::MatchesRegex("2014/11/1\\d \\d\\d:\\d\\d:\\d\\d"));
 }
 
 } // namespace
