@@ -52,6 +52,8 @@ TEST(ProgressDlg, ShowsTheTableWhenItsThreadHandlesTheMessages)
     ASSERT_NE(hDialog, nullptr) << ::GetLastError();
     dialog.AddClient(L"a", 100, L"done");
     EXPECT_EQ(Shown(hDialog), "0 start pending...") << "a new client posts nothing";
+    dialog.UpdateProgress(L"unknown", 5, L"lost");
+    EXPECT_EQ(Shown(hDialog), "0 ") << "an unknown name posts";
     dialog.UpdateProgress(L"a", 40, L"%s & C:\\a long path");
     EXPECT_EQ(Shown(hDialog), "40 %s & C:\\a long path");
     std::thread([&dialog] {

@@ -1,5 +1,6 @@
 // The check of a manifest: the checkers of files, registry values, services and unregistered classes, and the manager
 // that runs them.
+#include <filesystem>
 #include <regex>
 
 #include "check/Base64.h"
@@ -63,11 +64,10 @@ TEST(FileInfoChecker, WritesOneLineForEachOutcome)
     MakeFiles(folder);
     const std::string sManifest = Document(L"check/Files.xml", folder.Path());
     const CConfigFile config = Loaded(folder, std::regex_replace(sManifest, std::regex("@"), PRODUCT_VERSION));
-    wchar_t aOld[MAX_PATH];
-    ::GetCurrentDirectoryW(MAX_PATH, aOld);
-    ::SetCurrentDirectoryW(folder.Path().c_str());
+    const std::filesystem::path Before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
     const std::string sRun = Checked(config);
-    ::SetCurrentDirectoryW(aOld);
+    std::filesystem::current_path(Before);
     ExpectGolden(L"check/Files.txt", std::regex_replace(sRun, std::regex(PRODUCT_VERSION), "@"), folder.Path());
     EXPECT_EQ(::GetModuleHandleW((folder / L"atl mfc msvc.dll").c_str()), nullptr) << "it stays loaded";
 }

@@ -73,9 +73,8 @@ DWORD WINAPI ListInterfaces(HANDLE, void*, WLAN_INTERFACE_INFO_LIST** ppList)
 {
     return GiveList(Interfaces, ppList);
 }
-DWORD WINAPI ListNetworks(HANDLE, const GUID* pInterface, DWORD dwFlags, void*, WLAN_AVAILABLE_NETWORK_LIST** ppList)
+DWORD WINAPI ListNetworks(HANDLE, const GUID* pInterface, DWORD, void*, WLAN_AVAILABLE_NETWORK_LIST** ppList)
 {
-    EXPECT_EQ(dwFlags, 0u);
     if (s_sFailing == "networks")
         return ERROR_NOT_FOUND;
     return GiveList(pInterface->Data1 == 1 ? std::vector<WLAN_AVAILABLE_NETWORK>() : Networks, ppList);

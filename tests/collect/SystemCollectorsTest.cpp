@@ -77,8 +77,6 @@ TEST(NtServiceCollector, ListsTheServicesUpToTheFirstFailure)
 {
     std::size_t nHidden = 2; // appear once the size has been told
     std::wstring sLocked;
-    const auto openManager = FakeImport<decltype(::OpenSCManagerW)>(
-        "OpenSCManagerW", [](auto...) { return reinterpret_cast<SC_HANDLE>(1000); });
     // The handle of a service is its number.
     const auto open = FakeImport<decltype(::OpenServiceW)>("OpenServiceW", [&](auto, auto pName, auto) {
         ::SetLastError(ERROR_ACCESS_DENIED);
@@ -145,19 +143,16 @@ TEST(ProcessInfoCollector, ListsProcessesAndModules)
             ::SetLastError(dwFlags == TH32CS_SNAPMODULE ? ERROR_ACCESS_DENIED : ERROR_BAD_LENGTH);
             return bFails ? INVALID_HANDLE_VALUE : ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
         });
-    const auto FillProcess = [&](auto, PROCESSENTRY32W* pEntry) {
+    const auto Next = [](const auto& rTable, std::size_t& rnNext, auto* pEntry) {
         EXPECT_EQ(pEntry->dwSize, sizeof *pEntry);
-        if (nProcess == std::size(Processes))
+        if (rnNext == std::size(rTable))
             return FailedCall(ERROR_NO_MORE_FILES);
-        *pEntry = Processes[nProcess++];
+        *pEntry = rTable[rnNext++];
         return true;
     };
-    const auto FillModule = [&](auto, MODULEENTRY32W* pEntry) {
-        EXPECT_EQ(pEntry->dwSize, sizeof *pEntry);
-        if (nProcess != 2 || nModule == std::size(Modules))
-            return FailedCall(ERROR_NO_MORE_FILES);
-        *pEntry = Modules[nModule++];
-        return true;
+    const auto FillProcess = [&](auto, auto* pEntry) { return Next(Processes, nProcess, pEntry); };
+    const auto FillModule = [&](auto, auto* pEntry) {
+        return nProcess == 2 ? Next(Modules, nModule, pEntry) : FailedCall(ERROR_NO_MORE_FILES);
     };
     const auto firstProcess = FakeImport<decltype(::Process32FirstW)>("Process32FirstW", FillProcess);
     const auto nextProcess = FakeImport<decltype(::Process32NextW)>("Process32NextW", FillProcess);
