@@ -52,7 +52,10 @@ HRESULT Give(const char* pCall, Value value, Out* pOut)
         ++CFakeFirewall::s_nReferences;
     }
     else
+    {
+        static_assert(sizeof value == sizeof *pOut);
         std::memcpy(pOut, &value, sizeof value);
+    }
     return S_OK;
 }
 
