@@ -6,7 +6,6 @@
 #include <netfw.h>
 
 #include <cstring>
-#include <iterator>
 
 namespace
 {

@@ -18,8 +18,9 @@ TEST(VlmInfoCollector, ReportsAnInstalledProductAndAMissingOne)
         const CTestFolder folder;
         const auto shell = FakeShellFolders({ { CSIDL_LOCAL_APPDATA, folder / L"local" } });
         const bool bInstalled = sPc == L"collect/Vlm";
-        const CScratchKey sysInfo(L"Classes\\CLSID\\{52A86041-4D4F-493B-ACDC-5EB5D79B4504}\\InprocServer32");
-        sysInfo.SetText(nullptr, bInstalled ? SAMPLE_OBJECTS : L"gone.dll");
+        const std::wstring sClass = L"Classes\\CLSID\\{52A86041-4D4F-493B-ACDC-5EB5D79B4504}";
+        const CScratchKey sysInfo(sClass), server(sClass + L"\\InprocServer32");
+        server.SetText(nullptr, bInstalled ? SAMPLE_OBJECTS : L"gone.dll");
         const CFakeRoots roots(sPc + L".reg");
         if (bInstalled)
             MakeFiles(folder, L"collect/Vlm.files");
