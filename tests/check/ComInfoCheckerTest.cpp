@@ -1,42 +1,17 @@
-#include <windows.h>
+// What the check of COM objects loads, and the lists of it.
+#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <regex>
 
 #include "check/ComTestClasses.h"
+#include "support/Golden.h"
 #include "support/ImportPatch.h"
-#include "support/LogWatch.h"
+
+#include <psapi.h>
 
 namespace
 {
-
-using ::testing::EndsWith;
-using ::testing::IsSupersetOf;
-using ::testing::MatchesRegex;
-
-// What a list file holds behind its head, which is compared here.
-std::string ReadList(const std::wstring& sPath, const std::string& sTitle)
-{
-    const std::string sText = ReadBytes(sPath), sUnderscores(48, '_');
-    const std::size_t nTitle = std::min(sText.find(sTitle + "\r\n\r\n"), sText.size() - sTitle.size() - 4);
-    EXPECT_THAT(
-        sText.substr(0, nTitle),
-        MatchesRegex(sUnderscores + "\r\n\\[....\\/..\\/.. ..:..:..\\] Version .*\r\n" + sUnderscores + "\r\n"));
-    return sText.substr(nTitle + sTitle.size() + 4);
-}
-
-DWORD g_nDrivers;
-BOOL WINAPI Drivers(void**, DWORD, DWORD* pdwNeeded)
-{
-    *pdwNeeded = g_nDrivers * sizeof(void*);
-    return TRUE;
-}
-// The n-th name that is asked for.
-int g_nNames;
-DWORD WINAPI DriverName(void*, wchar_t* pText, DWORD)
-{
-    return static_cast<DWORD>(::wsprintfW(pText, L"name%d", ++g_nNames));
-}
 
 class ComInfoChecker : public CComTest
 {
@@ -50,63 +25,67 @@ protected:
             ::DeleteFileW(rModule.c_str());
         }
     }
-    // The record of an object that leaves a library of this place loaded.
+    // The record of an object that leaves a library of this place below C:\Program Files loaded.
     CComObjectInfo AddLoader(const std::wstring& sFolder)
     {
-        std::filesystem::create_directories(sFolder);
-        m_Modules.push_back(sFolder + L"\\resident.dll");
+        std::filesystem::create_directories(L"C:\\Program Files" + sFolder);
+        m_Modules.push_back(L"C:\\Program Files" + sFolder + L"\\resident.dll");
         ::CopyFileW(ServerPath().c_str(), m_Modules.back().c_str(), FALSE);
         return AddFilter(L"Loader", L"load-module", m_Modules.back());
     }
-    void Run(const std::vector<CComObjectInfo>& rInfos, bool bSxS, const char* pSection)
-    {
-        const CImportPatch<decltype(Drivers)> drivers("K32EnumDeviceDrivers", Drivers);
-        const CImportPatch<decltype(DriverName)> files("K32GetDeviceDriverFileNameW", DriverName);
-        const CImportPatch<decltype(DriverName)> bases("K32GetDeviceDriverBaseNameW", DriverName);
-        ExpectRun(RunComCheck(rInfos, bSxS, m_Folder.Path()), pSection);
-    }
-    std::string DriverList() const { return ReadList(m_Folder / L"LoadedDeviceDrivers.txt", "Loaded Device Drivers"); }
 
     CTestFolder m_Folder;
     std::vector<std::wstring> m_Modules;
 };
 
 // A module that an object leaves loaded has to be in the list, and counts where an installation for all programs must
-// not be touched; the folder's name needs no end, as in "VelmoraX". The second list is for people at the maker.
-TEST_F(ComInfoChecker, ListsModulesAndDriversAndCountsModulesOfTheInstallation)
+// not be touched; the folder's name needs no end, as in "VelmoraX". A file in the way of the list must not cost that.
+TEST_F(ComInfoChecker, ListsModulesAndCountsThoseOfTheInstallation)
 {
-    std::vector<CComObjectInfo> Infos;
-    for (const wchar_t* const pFolder :
-         { L" (x86)\\Common Files\\Tolvane Shared\\Velmora", L"\\Common Files\\Tolvane Shared\\Velmora",
-           L"\\Common Files\\Tolvane Shared\\nuvexX\\deep" })
-        Infos.push_back(AddLoader(std::wstring(L"C:\\Program Files") + pFolder));
-    g_nDrivers = 2;
-    g_nNames = 0;
-    Run(Infos, false, "Modules");
-    EXPECT_EQ(DriverList(), "BaseName, FileName\r\nname2, name1\r\nname4, name3\r\n");
-    Run(Infos, true, "Modules, side by side");
-    const std::string sList = "\r\n" + ReadList(m_Folder / L"LoadedComModules.txt", "Loaded COM Modules");
-    std::size_t nModule = 0;
-    for (const std::wstring& rModule : m_Modules) // in the order of the characters, capitals first
-    {
-        nModule = sList.find("\r\n" + Utf8(rModule) + "\r\n", nModule);
-        ASSERT_NE(nModule, sList.npos) << Utf8(rModule);
-    }
+    const ComInfos Infos{ AddLoader(L" (x86)\\Common Files\\Tolvane Shared\\Velmora"),
+                          AddLoader(L"\\Common Files\\Tolvane Shared\\Velmora"),
+                          AddLoader(L"\\Common Files\\Tolvane Shared\\nuvexX\\deep") };
+    ExpectRun("Modules", Infos, false, m_Folder.Path());
+    // Without the platform's own modules.
+    const std::regex Others("[A-Z]:\\\\(?![^\r]*resident)[^\r]*\r\n");
+    ExpectGolden(L"check/ModuleLists.txt", std::regex_replace(FilesBelow(m_Folder.Path()), Others, ""), L"");
+    ::DeleteFileW((m_Folder / L"LoadedComModules.txt").c_str());
+    m_Folder.Write(L"LoadedComModules.txt\\a folder is in the way", "");
+    ExpectRun("Modules, side by side", Infos, true, m_Folder.Path());
 }
 
-// A file in the way must not cost the test for modules, and a platform that knows no drivers not the stage.
-TEST_F(ComInfoChecker, GoesOnWithoutAList)
+// The list is for people at the maker. One driver without a name must not hide the others, drivers that come or go
+// between the calls must not crash, and none at all must not cost the stage.
+TEST_F(ComInfoChecker, ListsTheDriversThatHaveNames)
 {
-    const CComObjectInfo loader = AddLoader(L"C:\\Program Files\\Common Files\\Tolvane Shared\\Velmora");
-    m_Folder.Write(L"LoadedComModules.txt\\a folder is in the way", "");
-    g_nDrivers = 0;
+    DWORD aBytes[2]{}; // that the first and the second call tell
+    const auto drivers = FakeImport<decltype(::EnumDeviceDrivers)>(
+        "K32EnumDeviceDrivers", [&](auto pAddresses, DWORD dwCapacity, auto pdwNeeded) {
+            *pdwNeeded = aBytes[pAddresses == nullptr ? 0 : 1];
+            for (DWORD n = 0; pAddresses != nullptr && n < std::min(dwCapacity, *pdwNeeded) / 4; ++n)
+                pAddresses[n] = reinterpret_cast<void*>(n);
+            return *pdwNeeded != 99;
+        });
+    // The names of drivers 1 and 2 fail.
+    const auto fileName = FakeImport<decltype(::GetDeviceDriverFileNameW)>(
+        "K32GetDeviceDriverFileNameW", [](auto pAddress, auto pName, auto) {
+            const auto n = reinterpret_cast<DWORD>(pAddress);
+            return n == 1 ? 0 : ::wsprintfW(pName, L"\\??\\C:\\d%u.sys", n);
+        });
+    const auto baseName = FakeImport<decltype(::GetDeviceDriverBaseNameW)>(
+        "K32GetDeviceDriverBaseNameW", [](auto pAddress, auto pName, auto) {
+            const auto n = reinterpret_cast<DWORD>(pAddress);
+            return n == 2 ? 0 : ::wsprintfW(pName, L"d%u.sys", n);
+        });
     const CLogWatch watch;
-    Run({ loader }, true, "List in the way");
-    EXPECT_EQ(DriverList(), "BaseName, FileName\r\n");
-    EXPECT_THAT(watch.Records(),
-                IsSupersetOf({ EndsWith("] CResultLog::Open( \"" + Utf8(m_Folder / L"LoadedComModules.txt") +
-                                        "\" ) failed. [0x80070005]"),
-                               EndsWith("] COpdDriverInfo::GetLoadedDeviceDrivers() failed. [0x80004005]") }));
+    std::string sLists;
+    for (const auto& rBytes : { std::pair(16u, 16u), { 4u, 16u }, { 16u, 4u }, { 0u, 0u }, { 8u, 99u } })
+    {
+        std::tie(aBytes[0], aBytes[1]) = rBytes;
+        RunComCheck({}, false, m_Folder.Path());
+        sLists += ReadBytes(m_Folder / L"LoadedDeviceDrivers.txt");
+    }
+    ExpectGolden(L"check/DriverLists.txt", sLists + Joined(watch.Records()), L"");
 }
 
 } // namespace

@@ -1,21 +1,23 @@
-#include <windows.h>
+#include <gmock/gmock.h>
 
 #include <objbase.h>
 #include <process.h>
 #include <tlhelp32.h>
 
+#include <algorithm>
+#include <bit>
+
 #include "check/ComTestClasses.h"
 #include "platform/Handle.h"
 #include "support/ImportPatch.h"
 #include "support/LogWatch.h"
+#include "support/TestFolder.h"
 
 namespace
 {
 
 using ::testing::EndsWith;
 using ::testing::IsSupersetOf;
-
-using ComInfos = std::vector<CComObjectInfo>;
 
 using ComObjectChecker = CComTest;
 
@@ -34,7 +36,7 @@ TEST_F(ComObjectChecker, AsksObjectsOfEachThreadingModelFromBothApartments)
                                     { L"IVlmZ", IidIdentity } };
     }
     Infos.push_back(Add(L"Stormy", L"Apartment", L"message-storm"));
-    ExpectRun(RunComCheck(Infos), "Models");
+    ExpectRun("Models", Infos);
 }
 
 // The apartments of a record that is not asked from all of them; success of an interface is silent there.
@@ -48,7 +50,7 @@ TEST_F(ComObjectChecker, AsksWhereARecordSaysWithoutALinePerInterface)
     Infos[4].nApartment = 7;
     Infos[5].Interfaces.clear();
     Infos[5].bAllApartments = true;
-    ExpectRun(RunComCheck(Infos), "Apartments");
+    ExpectRun("Apartments", Infos);
 }
 
 // Servers that hand out no object: each apartment tells so by its own line, with the platform's code. Where the library
@@ -69,7 +71,7 @@ TEST_F(ComObjectChecker, TellsWhyAServerGivesNoObject)
         Add(L"Good", L"Both"),
     };
     Infos[0].clsid = {};
-    ExpectRun(RunComCheck(Infos), "Servers");
+    ExpectRun("Servers", Infos);
 }
 
 // An object that breaks COM's rules, or whose C++ exception leaves the guard, must not take the run with it. (Wine's
@@ -84,7 +86,7 @@ TEST_F(ComObjectChecker, SurvivesObjectsThatBreakTheRules)
            L"free-threaded throw-query", L"free-threaded answer-by-message message-storm" })
         Infos.push_back(Add(pWords, L"Both", pWords));
     Infos.push_back(AddFilter(L"Filter", L"throw-query"));
-    ExpectRun(RunComCheck(Infos), "Rules");
+    ExpectRun("Rules", Infos);
     EXPECT_EQ(AliveObjects(), nAlive);
     EXPECT_THAT(
         watch.Records(),
@@ -116,22 +118,7 @@ TEST_F(ComObjectChecker, WantsSideBySideObjectsUnregisteredAndDummiesAbsent)
     add(L"Half", broken, CComObjectInfo::RegType_SxsDummy, sServer);
     add(L"Present", good, CComObjectInfo::RegType_SxsDummy, sServer);
     add(L"Unknown", good, 3, L"ANYWHERE");
-    ExpectRun(RunComCheck(Infos), "Side by side");
-}
-
-// A failure in the middle must not cost the others of a long list.
-TEST_F(ComObjectChecker, AsksForEachOfFiveHundredInterfaces)
-{
-    CComObjectInfo info = Add(L"Rich", L"Both");
-    info.Interfaces.clear();
-    for (int n = 0; n < 500; ++n)
-        info.Interfaces.emplace(FormatText(L"I%03d", n), n == 250 ? IID{} : n % 2 == 0 ? IID_IPersist : IidIdentity);
-    const CCheckRun run = RunComCheck({ info });
-    EXPECT_EQ(run.nFailed, 4u);
-    ASSERT_EQ(run.Lines.size(), 2000u);
-    EXPECT_THAT(run.Lines[750],
-                ::testing::StartsWith("Failed: QueryInterface() failed.[0x80004002][MTA -> STA][clsid:\"Rich\" {"));
-    EXPECT_EQ(run.Lines[1999], "Succeeded: Check Interface. [STA -> STA][clsid:\"Rich\" iid:\"I499\"]");
+    ExpectRun("Side by side", Infos);
 }
 
 LONG ThreadCount()
@@ -165,9 +152,9 @@ TEST_F(ComObjectChecker, LeavesNothingBehindAfterFiveHundredObjects)
     const LONG nAlive = AliveObjects(), nThreads = ThreadCount(), nHandles = HandleCount();
     Infos.resize(500, Infos[1]);
     std::fill_n(Infos.begin(), Served, Infos[0]);
-    const CCheckRun run = RunComCheck(Infos);
-    EXPECT_EQ(run.nFailed, 0u);
-    EXPECT_EQ(run.Lines.size(), 5000u);
+    const std::string sRun = RunComCheck(Infos);
+    EXPECT_TRUE(sRun.starts_with("0 failed\r\n"));
+    EXPECT_EQ(std::ranges::count(sRun, '\n'), 5001);
     EXPECT_EQ(AliveObjects(), nAlive);
     EXPECT_LE(ThreadCount(), nThreads + Slack);
     EXPECT_LE(HandleCount(), nHandles + 2 * Served + Slack);
@@ -180,30 +167,19 @@ TEST_F(ComObjectChecker, LeavesAccessViolationsToThePlatform)
     EXPECT_EXIT(RunComCheck({ info }), ::testing::ExitedWithCode(static_cast<int>(EXCEPTION_ACCESS_VIOLATION)), "");
 }
 
-// One of the platform's functions: the checker's first calls are let through, then all fail. The test's own thread,
-// which runs the checker as the program does, is left alone.
-struct CPlatform
+// The records' lines while the platform's function fails after so many calls. The test's own thread, which runs the
+// checker as the program does, is left alone.
+template <auto Failure, typename Function>
+void ExpectFailing(const char* pName, int nLetThrough, const ComInfos& rInfos)
 {
-    int nLetThrough = 0;
-    void* pOriginal = nullptr;
-    DWORD dwTestThread = ::GetCurrentThreadId();
-
-    bool Fails() { return ::GetCurrentThreadId() != dwTestThread && nLetThrough-- <= 0; }
-} g_Platform;
-
-template <auto Failure, typename... Args>
-decltype(Failure) WINAPI FailOrCall(Args... args)
-{
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    const auto pOriginal = reinterpret_cast<decltype(FailOrCall<Failure, Args...>)*>(g_Platform.pOriginal);
-    return g_Platform.Fails() ? Failure : pOriginal(args...);
-}
-template <typename... Args>
-std::uintptr_t __cdecl FailOrBegin(Args... args)
-{
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    const auto pOriginal = reinterpret_cast<decltype(FailOrBegin<Args...>)*>(g_Platform.pOriginal);
-    return g_Platform.Fails() ? 0 : pOriginal(args...);
+    const DWORD dwTestThread = ::GetCurrentThreadId();
+    int nLeft = nLetThrough;
+    const auto fails = WrapImport<Function>(pName, [&](auto original, auto... arguments) {
+        ::SetLastError(ERROR_ACCESS_DENIED);
+        const bool bFails = ::GetCurrentThreadId() != dwTestThread && nLeft-- <= 0;
+        return bFails ? std::bit_cast<decltype(original(arguments...))>(Failure) : original(arguments...);
+    });
+    ExpectRun(std::string(pName) + " " + std::to_string(nLetThrough), rInfos);
 }
 
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor" // as every COM interface
@@ -217,22 +193,18 @@ public:
     STDMETHODIMP RegisterInterfaceInGlobal(IUnknown*, REFIID, DWORD*) override { return S_OK; }
     STDMETHODIMP RevokeInterfaceFromGlobal(DWORD) override { return S_OK; }
     STDMETHODIMP GetInterfaceFromGlobal(DWORD, REFIID, void**) override { return E_INVALIDARG; }
-} g_LosingTable;
+};
 
-HRESULT WINAPI CreateTable(REFCLSID, IUnknown*, DWORD, REFIID, void** ppObject)
+// Threads that the checker can still start.
+int g_nThreads;
+std::uintptr_t __cdecl BeginThread(void*, unsigned, _beginthreadex_proc_type pBody, void* pArgument, unsigned nFlags,
+                                   unsigned*)
 {
-    *ppObject = &g_LosingTable; // for the object as well
-    return S_OK;
-}
-
-// The record's lines while the platform's function is the fake; the section is "function number".
-template <typename Function>
-void ExpectFailing(const char* pName, Function* pFake, int nLetThrough, const ComInfos& rInfos)
-{
-    const CImportPatch<Function> patch(pName, pFake);
-    g_Platform.nLetThrough = nLetThrough;
-    g_Platform.pOriginal = reinterpret_cast<void*>(patch.Original());
-    ExpectRun(RunComCheck(rInfos), std::string(pName) + " " + std::to_string(nLetThrough));
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    const auto body = reinterpret_cast<LPTHREAD_START_ROUTINE>(pBody);
+    return g_nThreads-- > 0
+               ? reinterpret_cast<std::uintptr_t>(::CreateThread(nullptr, 0, body, pArgument, nFlags, nullptr))
+               : 0;
 }
 
 // Without its thread a record counts twice and its STA run is skipped; a missing second thread, apartment or wait ends
@@ -245,18 +217,25 @@ TEST_F(ComObjectChecker, TellsWhatThePlatformRefused)
     dummy.nRegType = CComObjectInfo::RegType_SxsDummy;
     dummy.clsid = {};
     info.Interfaces.clear();
-    const auto pBegin = FailOrBegin<void*, unsigned, _beginthreadex_proc_type, void*, unsigned, unsigned*>;
-    for (int n = 0; n < 3; ++n)
-        ExpectFailing("_beginthreadex", pBegin, n, { info, info });
-    for (int n = 0; n < 2; ++n)
-        ExpectFailing("CoInitializeEx", FailOrCall<E_OUTOFMEMORY, void*, DWORD>, n, { info, dummy });
-    const auto pCreate = FailOrCall<E_OUTOFMEMORY, const CLSID&, IUnknown*, DWORD, const IID&, void**>;
-    ExpectFailing("CoCreateInstance", pCreate, 0, { info });
-    ExpectFailing("CoCreateInstance", CreateTable, 1, { info });
-    const auto pWait = FailOrCall<WAIT_FAILED, DWORD, const HANDLE*, BOOL, DWORD, DWORD>;
-    ExpectFailing("MsgWaitForMultipleObjects", pWait, 0, { info });
-    ExpectFailing("CreateToolhelp32Snapshot", FailOrCall<-1L, DWORD, DWORD>, 0, { info, dummy });
-    ExpectFailing("Module32FirstW", FailOrCall<FALSE, HANDLE, MODULEENTRY32W*>, 0, { info, dummy });
+    for (const int nThreads : { 0, 1, 2 })
+    {
+        const CImportPatch patch("_beginthreadex", &BeginThread);
+        g_nThreads = nThreads + 1; // the test's own
+        ExpectRun("_beginthreadex " + std::to_string(nThreads), { info, info });
+    }
+    for (const int nCalls : { 0, 1 })
+        ExpectFailing<E_OUTOFMEMORY, decltype(::CoInitializeEx)>("CoInitializeEx", nCalls, { info, dummy });
+    ExpectFailing<E_OUTOFMEMORY, decltype(::CoCreateInstance)>("CoCreateInstance", 0, { info });
+    ExpectFailing<WAIT_FAILED, decltype(::MsgWaitForMultipleObjects)>("MsgWaitForMultipleObjects", 0, { info });
+    ExpectFailing<-1L, decltype(::CreateToolhelp32Snapshot)>("CreateToolhelp32Snapshot", 0, { info, dummy });
+    ExpectFailing<FALSE, decltype(::Module32FirstW)>("Module32FirstW", 0, { info, dummy });
+
+    CLosingTable table;
+    const auto create = FakeImport<decltype(::CoCreateInstance)>("CoCreateInstance", [&](auto... arguments) {
+        *std::get<4>(std::tuple(arguments...)) = &table; // for the object as well
+        return S_OK;
+    });
+    ExpectRun("Losing table", { info });
 }
 
 } // namespace

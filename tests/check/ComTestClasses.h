@@ -6,17 +6,20 @@
 // it creates in another apartment than the caller's.
 #pragma once
 
-#include <memory>
+#include <gtest/gtest.h>
+
+#include <deque>
 #include <string>
 #include <vector>
 
-#include "check/CheckRun.h"
-#include "check/ComInfoChecker.h"
+#include "config/ConfigFile.h"
 #include "support/ScratchKey.h"
 
 // Two interfaces of the sample's objects: one with a proxy of the sample's own, one without any.
 inline constexpr IID IidIdentity{ 0x5D0E6B10, 0x3C44, 0x4F0A, { 0x9A, 0x41, 0x7B, 0x1C, 0x2D, 0x9E, 0x60, 0x01 } };
 inline constexpr IID IidInner{ 0x5D0E6B10, 0x3C44, 0x4F0A, { 0x9A, 0x41, 0x7B, 0x1C, 0x2D, 0x9E, 0x60, 0x02 } };
+
+using ComInfos = std::vector<CComObjectInfo>;
 
 // The fixture: classes that live as long as the test.
 class CComTest : public ::testing::Test
@@ -40,18 +43,19 @@ protected:
     CComObjectInfo Unregistered(const std::wstring& sName);
 
 private:
-    // A key and one below it, with this text; the latter is m_Keys' last.
-    void AddKeys(const std::wstring& sPath, const wchar_t* pSubKey, const std::wstring& sText);
+    // A key with a text, and a threading model unless that is empty, in the key below it.
+    CScratchKey& AddKey(const std::wstring& sPath, const wchar_t* pSubKey, const std::wstring& sText,
+                        const std::wstring& sModel = L"");
 
     HMODULE m_hServer;
     BYTE m_nClasses = 0;
-    std::vector<std::unique_ptr<CScratchKey>> m_Keys;
+    std::deque<CScratchKey> m_Keys;
 };
 
-// Runs the checker on a thread of its own, while this one, the process's first STA, dispatches messages, as in the
-// program. Classes without a threading model live here. The lists go to sListFolder, or are thrown away.
-CCheckRun RunComCheck(const std::vector<CComObjectInfo>& rInfos, bool bSxS = false,
-                      const std::wstring& sListFolder = L"");
-
-// Compares count and lines with the block of tests/data/check/ComRuns.txt that begins with "[section] count".
-void ExpectRun(const CCheckRun& rRun, const std::string& sSection);
+// "number failed" and the lines. Runs the checker on a thread of its own, while this one, the process's first STA,
+// dispatches messages, as in the program. Classes without a threading model live here. The lists go to sListFolder, or
+// are thrown away.
+std::string RunComCheck(const ComInfos& rInfos, bool bSxS = false, const std::wstring& sListFolder = L"");
+// Compares that with a golden file of tests/data/check/com.
+void ExpectRun(const std::string& sName, const ComInfos& rInfos, bool bSxS = false,
+               const std::wstring& sListFolder = L"");

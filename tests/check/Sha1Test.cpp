@@ -7,38 +7,31 @@
 namespace
 {
 
-// Of the text, many times.
-std::string DigestOf(CSha1::Transform pTransform, const std::string& sText, int nTimes = 1)
+// Of the bytes, many times.
+std::string DigestOf(CSha1::Transform pTransform, const std::string& sBytes, int nTimes = 1)
 {
     CSha1 sha(pTransform);
     for (int n = 0; n < nTimes; ++n)
-        sha.Update({ reinterpret_cast<const BYTE*>(sText.data()), sText.size() });
+        sha.Update({ reinterpret_cast<const BYTE*>(sBytes.data()), sBytes.size() });
     std::wstring sDigest;
     for (const BYTE nByte : sha.Final())
         sDigest += FormatText(L"%02x", nByte);
     return Utf8(sDigest);
 }
 
+// A wrong digest calls every healthy file damaged. Short texts and a million times "a" are the file checker's; these
+// digests are those of sha1sum. A file above 512 MiB needs the second word of its length in bits.
+TEST(Sha1, IsThatOfBothFormsAndOfLongFiles)
+{
+    const std::string sPiece((1 << 20) + 60, 'a'); // no whole number of blocks
+    EXPECT_EQ(DigestOf(CSha1::PortableTransform, sPiece), "e319585300d609ab6a22d15553cb3331a129d71e");
+    EXPECT_EQ(DigestOf(CSha1::BestTransform(), sPiece, 520), "66cd6f086a261bb74b7d48beb0c1e04103797165");
+}
+
 // Calls the function on a stack that lies so many bytes below what the compiler takes for granted.
 [[gnu::naked]] void CallOnShiftedStack(void (*)(), unsigned)
 {
     asm("push %ebp\n mov %esp, %ebp\n and $-16, %esp\n sub 12(%ebp), %esp\n call *8(%ebp)\n leave\n ret");
-}
-
-// A wrong digest calls every healthy file damaged. The vectors are those that were published with the algorithm.
-TEST(Sha1, GivesThePublishedDigests)
-{
-    for (const CSha1::Transform pTransform : { CSha1::PortableTransform, CSha1::BestTransform() })
-    {
-        EXPECT_EQ(DigestOf(pTransform, ""), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
-        EXPECT_EQ(DigestOf(pTransform, "abc"), "a9993e364706816aba3e25717850c26c9cd0d89d");
-        EXPECT_EQ(DigestOf(pTransform, "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
-                  "84983e441c3bd26ebaae4aa1f95129e5e54670f1");
-        EXPECT_EQ(DigestOf(pTransform, std::string(1000, 'a'), 1000), "34aa973cd4c4daa4f61eeb2bdbad27316534016f");
-    }
-    // Above 512 MiB the length in bits needs its second word. The digest is that of sha1sum.
-    EXPECT_EQ(DigestOf(CSha1::BestTransform(), std::string(1 << 20, '\0'), 520),
-              "ea5bbe584d9b601d7eb09496d075a39b155f6001");
 }
 
 // Windows aligns a thread's stack to 4 bytes, Wine by chance to 16: the program would die at the first digest.

@@ -12,28 +12,22 @@ namespace
 // line; the series goes on.
 TEST(CollectInfoManager, StartsEachChildWithItsLine)
 {
-    const struct
-    {
-        bool bSilent;
-        const wchar_t *pSxsId, *pNuvex;
-        const char* pFailing;
-    } aCases[] = { { false, L"__None__", L"C:\\nuvex\\", "no child" },
-                   { true, L"other", L"D:\\", "no child" },
-                   { true, L"", L"", "-collect:driver" } };
     std::string sLeft;
-    for (const auto& rCase : aCases)
+    for (const auto& [bSilent, pSxsId, pNuvex, pFailing] : { std::tuple(false, L"__None__", L"C:\\nuvex\\", "no child"),
+                                                             { true, L"other", L"D:\\", "no child" },
+                                                             { true, L"", L"", "-collect:driver" } })
     {
         CConfigFile config;
-        config.m_sSxsId = rCase.pSxsId;
+        config.m_sSxsId = pSxsId;
         config.m_sRepositoryDirPath = L"  C:\\repo \"x\"\\ ";
-        config.m_sNuvexDirPath = rCase.pNuvex;
+        config.m_sNuvexDirPath = pNuvex;
         config.m_sRegistryPath = L" Soft ware\\Key ";
         CProgressWatch progress;
         DWORD dwCode = 0;
         const auto create = FakeImport<decltype(::CreateProcessW)>(
             "CreateProcessW", [&](auto, auto pLine, auto... others) {
                 progress.Seen() += "> " + Utf8(pLine) + "\r\n";
-                dwCode = Utf8(pLine).find(rCase.pFailing) != std::string::npos ? 0x80004005 : 0;
+                dwCode = Utf8(pLine).find(pFailing) != std::string::npos ? 0x80004005 : 0;
                 // A process that has ended.
                 std::get<7>(std::tuple(others...))->hProcess = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
                 return TRUE;
@@ -43,8 +37,8 @@ TEST(CollectInfoManager, StartsEachChildWithItsLine)
             return TRUE;
         });
         const CLogWatch watch;
-        EXPECT_EQ(CCollectInfoManager().CollectPcInformation(rCase.bSilent, config, L"C:\\p q\\Kelvarin.exe",
-                                                             L"C:\\log", L"C:\\log\\Log\\"),
+        EXPECT_EQ(CCollectInfoManager().CollectPcInformation(bSilent, config, L"C:\\p q\\Kelvarin.exe", L"C:\\log",
+                                                             L"C:\\log\\Log\\"),
                   S_OK);
         sLeft += progress.Seen() + "== log\r\n" + Joined(watch.Records());
     }

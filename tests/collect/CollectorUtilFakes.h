@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <shlobj.h>
-
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
@@ -12,22 +10,10 @@
 
 #include "platform/Path.h"
 #include "support/FakeRoots.h"
+#include "support/FakeShellFolders.h"
 #include "support/FakeVersions.h"
 #include "support/Golden.h"
 #include "support/ImportPatch.h"
-
-// Gives the shell's folders that it knows; every other one is missing.
-inline auto FakeShellFolders(std::map<int, std::wstring> Folders)
-{
-    const auto answer = [Folders = std::move(Folders)](auto, int nCsidl, auto, auto, LPWSTR pPath) -> HRESULT {
-        const auto it = Folders.find(nCsidl);
-        if (it == Folders.end())
-            return HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND);
-        ::lstrcpynW(pPath, it->second.c_str(), MAX_PATH);
-        return S_OK;
-    };
-    return FakeImport<decltype(::SHGetFolderPathW)>("SHGetFolderPathW", answer);
-}
 
 inline FILETIME FileTimeOf(const SYSTEMTIME& rLocal)
 {

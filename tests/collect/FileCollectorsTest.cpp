@@ -8,19 +8,25 @@
 #include "collect/InstallerInfoCollector.h"
 #include "collect/LogCollector.h"
 #include "log/ResultLog.h"
+#include "platform/Handle.h"
 #include "platform/Path.h"
 
 namespace
 {
 
 // Support's own tools read both forms by their columns: every byte counts, whatever the folder holds. A folder that is
-// locked, a file that has gone and a junction to a folder above cost their own lines.
+// locked, a file that has gone and a junction to a folder above cost their own lines. Files in use are the interesting
+// ones; of a size 32 bits are shown.
 TEST(CollectorUtil, ListsAnyFolderInItsColumns)
 {
     const CTestFolder folder, out;
     folder.Write(L"a b.TVM", std::string("\0\0\2\0\1\0\4\0\3\0", 10));
     folder.Write(L"device.tvl", "0123456789");
-    folder.Write(L"dir\\\x65E5.txt", "");
+    const CFileHandle hHeld(::CreateFileW(folder.Write(L"dir\\\x65E5.txt", "").c_str(), GENERIC_WRITE, 0, nullptr,
+                                          OPEN_EXISTING, 0, nullptr));
+    LARGE_INTEGER Size;
+    Size.QuadPart = 0x100000005;
+    ASSERT_TRUE(::SetFilePointerEx(hHeld.Get(), Size, nullptr, FILE_BEGIN) && ::SetEndOfFile(hHeld.Get()));
     folder.Write(L"lib.dll", "12345");
     for (const wchar_t* const pName : { L"gone.txt", L"locked\\hidden.txt", L"sub\\inner.txt", L"sub\\up\\never.txt" })
         folder.Write(pName, "x");

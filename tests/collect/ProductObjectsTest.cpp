@@ -7,59 +7,21 @@
 namespace
 {
 
-// Gives the object, borrowed, for this class and interface alone; null is a class that is not registered.
-auto FakeClass(REFCLSID rClsid, REFIID rIid, IUnknown* pObject)
-{
-    const auto create = [=](REFCLSID rWanted, auto pOuter, auto dwContext, REFIID rWantedIid, void** ppObject) {
-        *ppObject = nullptr;
-        if (rWanted != rClsid || pObject == nullptr || pOuter != nullptr || dwContext != CLSCTX_ALL)
-            return REGDB_E_CLASSNOTREG;
-        return rWantedIid == rIid ? pObject->QueryInterface(rWantedIid, ppObject) : E_NOINTERFACE;
-    };
-    return FakeImport<decltype(::CoCreateInstance)>("CoCreateInstance", create);
-}
-
-// An object of the product that lives as long as its test; counts what is left of its references.
-template <typename Interface>
-class CFakeObject : public Interface
-{
-public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** ppObject) override
-    {
-        ++nReferences;
-        *ppObject = static_cast<Interface*>(this);
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++nReferences); }
-    ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--nReferences); }
-
-    int nReferences = 0;
-
-protected:
-    ~CFakeObject() = default;
-};
-
-struct CFakeSysInfo final : CFakeObject<IVlmSysInfo3>
-{
-    HRESULT STDMETHODCALLTYPE getRegion(LONG* pnRegion) override
-    {
-        *pnRegion = 1;
-        return S_OK;
-    }
-};
-
 // The report's every line is read by the support desk and its scripts. It must name what is missing, an empty path must
-// not list the current folder, and no step may end the others; a second run replaces the first one's report.
+// not list the current folder, and no step may end the others; a second run replaces the first one's report. Damaged
+// values of the registry must neither crash nor end the list.
 TEST(VlmInfoCollector, ReportsAnInstalledProductAndAMissingOne)
 {
-    CFakeSysInfo sysInfo;
     const auto times = FakeFileTimes();
-    for (const bool bInstalled : { true, false })
+    for (const std::wstring sPc : { L"collect/Vlm", L"collect/VlmMissing" })
     {
         const CTestFolder folder;
         const auto shell = FakeShellFolders({ { CSIDL_LOCAL_APPDATA, folder / L"local" } });
-        const auto fakeClass = FakeClass(CLSID_VlmSysInfo, IID_IVlmSysInfo3, bInstalled ? &sysInfo : nullptr);
-        const CFakeRoots roots(bInstalled ? L"collect/Vlm.reg" : L"collect/VlmMissing.reg");
+        const bool bInstalled = sPc == L"collect/Vlm";
+        const std::wstring sClass = L"Classes\\CLSID\\{52A86041-4D4F-493B-ACDC-5EB5D79B4504}";
+        const CScratchKey sysInfo(sClass), server(sClass + L"\\InprocServer32");
+        server.SetText(nullptr, bInstalled ? SAMPLE_OBJECTS : L"gone.dll");
+        const CFakeRoots roots(sPc + L".reg");
         if (bInstalled)
             MakeFiles(folder, L"collect/Vlm.files");
         folder.Write(L"out\\Velmora.txt", "of the run before");
@@ -67,19 +29,26 @@ TEST(VlmInfoCollector, ReportsAnInstalledProductAndAMissingOne)
         EXPECT_EQ(CVlmInfoCollector().Collect(folder / L"repository", bInstalled ? folder / L"nuvex" : L"",
                                               L"SOFTWARE\\Vlm", folder / L"out"),
                   S_OK);
-        ExpectGolden(bInstalled ? L"collect/Vlm.txt" : L"collect/VlmMissing.txt", Outcome(folder / L"out", watch),
-                     folder.Path());
+        ExpectGolden(sPc + L".txt", Outcome(folder / L"out", watch), folder.Path());
     }
-    EXPECT_EQ(sysInfo.nReferences, 0);
 }
 
-struct CFakeBackup final : CFakeObject<IVlmBackup>
+// Lives as long as its test, and counts what is left of its references.
+struct CFakeBackup final : IVlmBackup
 {
-    HRESULT STDMETHODCALLTYPE createBackupImage(BSTR sPath, REFIID rIid, IUnknown* pUnknown) override
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID rIid, void** ppObject) override
     {
-        if (bThrows)
+        *ppObject = this;
+        ++nReferences;
+        return rIid == IID_IVlmBackup ? S_OK : E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++nReferences; }
+    ULONG STDMETHODCALLTYPE Release() override { return --nReferences; }
+    HRESULT STDMETHODCALLTYPE createBackupImage(BSTR pPath, REFIID rIid, IUnknown* pUnknown) override
+    {
+        if (hr == E_ABORT)
             ::RaiseException(0xE06D7363, EXCEPTION_NONCONTINUABLE, 0, nullptr); // of another compiler
-        sImagePath.assign(sPath, ::SysStringLen(sPath));
+        sImagePath = Utf8(pPath);
         IVlmBackupCallback* pCallback = nullptr;
         EXPECT_EQ(pUnknown->QueryInterface(rIid, reinterpret_cast<void**>(&pCallback)), S_OK);
         EXPECT_EQ(pCallback->onProgress(50), S_OK);
@@ -87,33 +56,32 @@ struct CFakeBackup final : CFakeObject<IVlmBackup>
         return hr;
     }
 
-    HRESULT hr = S_OK;
-    bool bThrows = false;
-    std::wstring sImagePath;
+    HRESULT hr = S_OK; // E_ABORT: it throws
+    ULONG nReferences = 0;
+    std::string sImagePath;
 };
 
 // The product gets the path and a working callback; each way to fail is the child's exit code and has its record.
 TEST(BackUpImageMaker, HasTheProductWriteTheImage)
 {
     const CTestFolder folder;
-    const std::wstring sOut = folder / L"out\\deep";
-    const std::tuple<bool, HRESULT, bool, HRESULT> aCases[] = {
-        { false, S_OK, false, REGDB_E_CLASSNOTREG },
-        { true, E_ACCESSDENIED, false, E_ACCESSDENIED },
-        { true, S_OK, true, static_cast<HRESULT>(0xE06D7363) },
-        { true, S_OK, false, S_OK },
-    };
+    CFakeBackup backup;
+    const auto create = FakeImport<decltype(::CoCreateInstance)>(
+        "CoCreateInstance", [&](REFCLSID rClsid, auto, auto, REFIID rIid, void** ppObject) {
+            const bool bFound = rClsid == CLSID_VlmBackup && backup.hr != REGDB_E_CLASSNOTREG;
+            return bFound ? backup.QueryInterface(rIid, ppObject) : REGDB_E_CLASSNOTREG;
+        });
     const CLogWatch watch;
-    for (const auto& [bRegistered, hrProduct, bThrows, hr] : aCases)
+    for (const auto& [hrProduct, hr] : { std::pair(REGDB_E_CLASSNOTREG, REGDB_E_CLASSNOTREG),
+                                         { E_ACCESSDENIED, E_ACCESSDENIED },
+                                         { E_ABORT, static_cast<HRESULT>(0xE06D7363) },
+                                         { S_OK, S_OK } })
     {
-        CFakeBackup backup;
         backup.hr = hrProduct;
-        backup.bThrows = bThrows;
-        const auto fakeClass = FakeClass(CLSID_VlmBackup, IID_IVlmBackup, bRegistered ? &backup : nullptr);
-        EXPECT_EQ(CBackUpImageMaker().MakeBackUpImage(sOut), hr);
-        EXPECT_EQ(backup.nReferences, 0);
-        EXPECT_EQ(Utf8(backup.sImagePath), hr == S_OK || hr == E_ACCESSDENIED ? Utf8(sOut + L"\\license.vbk") : "");
+        EXPECT_EQ(CBackUpImageMaker().MakeBackUpImage(folder / L"out\\deep"), hr);
+        EXPECT_EQ(backup.nReferences, 0u);
     }
+    EXPECT_EQ(backup.sImagePath, Utf8(folder / L"out\\deep\\license.vbk"));
     ExpectGolden(L"collect/BackUp.txt", Outcome(folder.Path(), watch), folder.Path());
 }
 

@@ -3,10 +3,8 @@
 
 #include "collect/ApplicationInfoCollector.h"
 #include "collect/AsioInfoCollector.h"
-#include "collect/CollectorUtil.h"
 #include "collect/CollectorUtilFakes.h"
 #include "collect/RegInfoCollector.h"
-#include "log/ResultLog.h"
 
 namespace
 {
@@ -63,21 +61,6 @@ TEST(RegInfoCollector, SavesEachTreeThatIsThere)
     const CLogWatch watch;
     EXPECT_EQ(CRegInfoCollector().Collect(folder / L"new\\dir"), S_OK);
     ExpectGolden(L"collect/Hives.txt", Outcome(folder / L"new\\dir", watch), folder.Path());
-}
-
-// The forms of the data are what the product's support reads; damaged data must neither crash nor end the list.
-TEST(CollectorUtil, PrintsEachRegistryTypeInItsForm)
-{
-    const CTestFolder folder;
-    const CFakeRoots roots(L"collect/Values.reg");
-    CRegKeyHandle hKey;
-    ASSERT_EQ(::RegOpenKeyW(HKEY_LOCAL_MACHINE, L"dump", hKey.Put()), ERROR_SUCCESS);
-    const CLogWatch watch;
-    CResultLog report;
-    EXPECT_EQ(report.Open(folder / L"out.txt", false), S_OK);
-    EXPECT_EQ(CCollectorUtil::OutputRegSubKeyData(hKey.Get(), report), S_OK);
-    report.Close();
-    ExpectGolden(L"collect/Values.txt", Outcome(folder.Path(), watch), folder.Path());
 }
 
 } // namespace
