@@ -10,6 +10,7 @@ shift 5
 calls=$(mktemp)
 trap 'rm -f "$calls"' EXIT
 "$nm" -u "$archive" 2>/dev/null | awk '$1 == "U" { sub(/^__imp_/, "", $2); print $2 }' | LC_ALL=C sort -u >"$calls"
+[ -s "$calls" ] || { echo "delay-imports: no calls found in $archive" >&2; exit 1; }
 for name; do
     library=$("$compiler" -print-file-name="lib$name.a")
     echo "library $("$dlltool" -I "$library")"

@@ -24,30 +24,6 @@ constexpr IID IidVlmSxs{ 0x3ABBB21C, 0xD223, 0x4B25, { 0x8B, 0xDF, 0x3F, 0xFB, 0
 
 } // namespace
 
-struct CKelvarinApp::CMode
-{
-    const wchar_t* pWord;   // in the log's "=> ***" lines
-    const wchar_t* pMethod; // in the failure line
-    HRESULT (CKelvarinApp::*pRun)(const CCmdLineParam&);
-};
-
-// In the order of ExecMode.
-const CKelvarinApp::CMode CKelvarinApp::Modes[ExecMode_Count] = {
-    { L"exec: main", L"ExecuteMainTask", &CKelvarinApp::ExecuteMainTask },
-    { L"collect: velmora", L"CollectVlmInfo", &CKelvarinApp::CollectVlmInfo },
-    { L"collect: system", L"CollectSystemInfo", &CKelvarinApp::CollectSystemInfo },
-    { L"collect: registry", L"CollectRegistryInfo", &CKelvarinApp::CollectRegistryInfo },
-    { L"collect: application", L"CollectApplicationInfo", &CKelvarinApp::CollectApplicationInfo },
-    { L"collect: installer", L"CollectInstallerInfo", &CKelvarinApp::CollectInstallerInfo },
-    { L"collect: hardware", L"CollectHardwareInfo", &CKelvarinApp::CollectHardwareInfo },
-    { L"collect: driver", L"CollectDriverInfo", &CKelvarinApp::CollectDriverInfo },
-    { L"collect: license", L"CollectLicenseFile", &CKelvarinApp::CollectLicenseFile },
-    { L"collect: log", L"CollectLogFile", &CKelvarinApp::CollectLogFile },
-    { L"collect: ASIO", L"CollectAsioInfo", &CKelvarinApp::CollectAsioInfo },
-    { L"create: backup", L"CrateBackupImage", &CKelvarinApp::CrateBackupImage },
-    { L"create: hwinfo", L"CreateHwinfo", &CKelvarinApp::CreateHwinfo },
-};
-
 CKelvarinApp& CKelvarinApp::GetApp()
 {
     static CKelvarinApp s_App;
@@ -103,10 +79,32 @@ void CKelvarinApp::EnableSideBySide(const CFunctionLog& log) const
 
 HRESULT CKelvarinApp::RunMode(const CFunctionLog& log, const CCmdLineParam& rParam)
 {
+    static constexpr struct
+    {
+        const wchar_t* pWord;   // in the log's "=> ***" lines
+        const wchar_t* pMethod; // in the failure line
+        HRESULT (CKelvarinApp::*pRun)(const CCmdLineParam&);
+    } Modes[] = {
+        // in the order of ExecMode
+        { L"exec: main", L"ExecuteMainTask", &CKelvarinApp::ExecuteMainTask },
+        { L"collect: velmora", L"CollectVlmInfo", &CKelvarinApp::CollectVlmInfo },
+        { L"collect: system", L"CollectSystemInfo", &CKelvarinApp::CollectSystemInfo },
+        { L"collect: registry", L"CollectRegistryInfo", &CKelvarinApp::CollectRegistryInfo },
+        { L"collect: application", L"CollectApplicationInfo", &CKelvarinApp::CollectApplicationInfo },
+        { L"collect: installer", L"CollectInstallerInfo", &CKelvarinApp::CollectInstallerInfo },
+        { L"collect: hardware", L"CollectHardwareInfo", &CKelvarinApp::CollectHardwareInfo },
+        { L"collect: driver", L"CollectDriverInfo", &CKelvarinApp::CollectDriverInfo },
+        { L"collect: license", L"CollectLicenseFile", &CKelvarinApp::CollectLicenseFile },
+        { L"collect: log", L"CollectLogFile", &CKelvarinApp::CollectLogFile },
+        { L"collect: ASIO", L"CollectAsioInfo", &CKelvarinApp::CollectAsioInfo },
+        { L"create: backup", L"CrateBackupImage", &CKelvarinApp::CrateBackupImage },
+        { L"create: hwinfo", L"CreateHwinfo", &CKelvarinApp::CreateHwinfo },
+    };
+    static_assert(std::size(Modes) == ExecMode_Count);
     if (rParam.m_nExecMode >= ExecMode_Count)
         log.Throw(E_FAIL, L"*** unknown exec-mode:%u ***", rParam.m_nExecMode);
 
-    const CMode& rMode = Modes[rParam.m_nExecMode];
+    const auto& rMode = Modes[rParam.m_nExecMode];
     log.Error(L"=> *** %s ***", rMode.pWord);
     const HRESULT hr = (this->*rMode.pRun)(rParam);
     log.Error(L"<= *** %s ***", rMode.pWord);

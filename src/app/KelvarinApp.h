@@ -28,9 +28,6 @@ public:
     std::wstring m_sClientName = L"CKelvarinApp";
 
 private:
-    struct CMode;
-    static const CMode Modes[ExecMode_Count];
-
     CKelvarinApp() = default;
     void EnableSideBySide(const CFunctionLog& log) const;
     HRESULT RunMode(const CFunctionLog& log, const CCmdLineParam& rParam);

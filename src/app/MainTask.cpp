@@ -49,7 +49,7 @@ void CKelvarinApp::RunMainTask(const CFunctionLog& log)
     auto pThread = OpdBeginThread(this, &CKelvarinApp::ExecuteWorkerThread);
     if (pThread == nullptr)
         log.Fail(E_FAIL, L"OpdBeginThread( CKelvarinApp::ExecuteWorkerThread ) failed.");
-    m_MessageLoop.SetIdleQuit([this] { return m_bWorkerEnded.load(); });
+    m_MessageLoop.SetQuitFlag(&m_bWorkerEnded);
     m_MessageLoop.Run();
     m_ProgressDlg.DestroyWindow();
 
@@ -86,10 +86,7 @@ void CKelvarinApp::RunWorker(const CFunctionLog& log)
     m_ProgressDlg.AddClient(m_sClientName, 100, L"Initializing...");
     const std::wstring sModulePath = ModulePath();
     if (sModulePath.empty())
-    {
-        log.Assert(L"::GetModuleFileName() failed. [0x%08X]", LastErrorResult());
-        log.Throw(E_FAIL);
-    }
+        log.Fail(E_FAIL, L"::GetModuleFileName() failed. [0x%08X]", LastErrorResult());
     m_ProgressDlg.UpdateProgress(m_sClientName, 0, L"Loading configuration...");
     const std::wstring sConfigPath = JoinPath(DirectoryPart(sModulePath), L"Kelvarin.xml");
     CConfigFile config;

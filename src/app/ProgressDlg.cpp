@@ -91,8 +91,9 @@ std::wstring CProgressDlg::GetStatusText()
 
 void CProgressDlg::PostUpdate() const
 {
-    if (::IsWindow(m_hWnd))
-        ::PostMessageW(m_hWnd, m_umsg_UpdateProgress, 0, 0);
+    const HWND hWnd = m_hWnd;
+    if (::IsWindow(hWnd))
+        ::PostMessageW(hWnd, m_umsg_UpdateProgress, 0, 0);
 }
 
 DLGPROC CProgressDlg::GetDialogProc()

@@ -3,6 +3,7 @@
 // the table under a lock and post one message.
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <string>
 
@@ -56,7 +57,7 @@ private:
 
     static const UINT m_umsg_UpdateProgress;
 
-    HWND m_hWnd = nullptr;
+    std::atomic<HWND> m_hWnd{ nullptr }; // any thread posts to it
     CSection m_Lock;
     HWND m_hProgressBar = nullptr;
     HWND m_hStatusText = nullptr;

@@ -1,5 +1,5 @@
-// What the program does before any other code of its own: it takes libraries from the system's folders only, never from
-// the folder that it lies in, where anybody may have put one (a folder of downloads). Nothing here may need another
+// What the program does before any other code of its own: it takes no library from the folder that it lies
+// in, where anybody may have put one (a folder of downloads). Nothing here may need another
 // library than kernel32 and msvcrt, which the loader never looks for elsewhere. The tests do not link this file.
 #include <algorithm>
 #include <cstdint>
@@ -55,6 +55,8 @@ void AddSearchPath(DLL_DIRECTORY_COOKIE(WINAPI* pAddDllDirectory)(PCWSTR))
     std::wstring sPath(::GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
     sPath.resize(::GetEnvironmentVariableW(L"PATH", sPath.data(), static_cast<DWORD>(sPath.size())));
     const std::optional<CFileIdentity> own = IdentityOf(ModuleDirPath());
+    if (!own)
+        return;
     for (std::size_t n = 0; n < sPath.size();)
     {
         const std::size_t nEnd = std::min(sPath.find(L';', n), sPath.size());

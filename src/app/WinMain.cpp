@@ -21,7 +21,11 @@ int RunApplication(CKelvarinApp& rApp)
 {
     try
     {
-        const HRESULT hr = rApp.Main(CCmdLineParam::OfThisProcess());
+        const CCmdLineParam& rParam = CCmdLineParam::OfThisProcess();
+        // Nor may a crash, where nobody sees its box.
+        if (rParam.m_bSilent || rParam.m_nExecMode != ExecMode_Main)
+            ::SetErrorMode(::GetErrorMode() | SEM_NOGPFAULTERRORBOX);
+        const HRESULT hr = rApp.Main(rParam);
         return FAILED(hr) ? hr : 0;
     }
     catch (HRESULT hr) // the log system found no folder at all
@@ -32,15 +36,15 @@ int RunApplication(CKelvarinApp& rApp)
 
 } // namespace
 
-int WINAPI wWinMain(HINSTANCE hInstance, HINSTANCE, PWSTR, int)
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int)
 {
     std::set_terminate(OnTerminate);
     // An empty card reader must not hold up a hidden child behind a box of the system.
-    ::SetErrorMode(SEM_FAILCRITICALERRORS);
+    ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS);
 
     const COpdComInit com; // a failure shows where COM is used
     CKelvarinApp& rApp = CKelvarinApp::GetApp();
-    if (FAILED(rApp.Init(hInstance)))
+    if (FAILED(rApp.Init()))
         return ExitNoModule;
     const int nExitCode = RunApplication(rApp);
     rApp.Term();

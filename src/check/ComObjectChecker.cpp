@@ -1,10 +1,9 @@
 #include "check/ComObjectChecker.h"
 
-#include <tlhelp32.h>
-
 #include <utility>
 
 #include "check/ComRegistration.h"
+#include "opdutility/ModuleSnapshot.h"
 #include "opdutility/OpdFileHelper.h"
 #include "opdutility/OpdThread.h"
 #include "platform/HResult.h"
@@ -87,7 +86,7 @@ unsigned CComInfoChecker::CComObjectChecker::MainThread()
 template <typename Test>
 HRESULT CComInfoChecker::CComObjectChecker::WithObject(Test fTest)
 {
-    const CComApartment apartment(m_dwApartment);
+    const COpdComInit apartment(m_dwApartment);
     if (!StartApartment(apartment, m_dwApartment))
         return apartment.GetResult();
     CObjectRef<IUnknown> pObject;
@@ -236,7 +235,7 @@ HRESULT CComInfoChecker::CComObjectChecker::CheckInterface(DWORD dwApartment)
 {
     CFunctionLog log;
     return log.Run([&]() -> HRESULT {
-        const CComApartment apartment(dwApartment);
+        const COpdComInit apartment(dwApartment);
         if (!StartApartment(apartment, dwApartment))
             return static_cast<HRESULT>(-1);
         AskMarshalled(log, dwApartment);
@@ -276,7 +275,7 @@ void CComInfoChecker::CComObjectChecker::AskMarshalled(const CFunctionLog& log, 
     pObject.Release();
 }
 
-bool CComInfoChecker::CComObjectChecker::StartApartment(const CComApartment& rApartment, DWORD dwApartment)
+bool CComInfoChecker::CComObjectChecker::StartApartment(const COpdComInit& rApartment, DWORD dwApartment)
 {
     if (FAILED(rApartment.GetResult()))
         CountFailure(L"Failed: CoInitializeEx( %s ) failed.[0x%08X]", ApartmentText(dwApartment),
@@ -293,7 +292,7 @@ std::wstring CComInfoChecker::CComObjectChecker::GetComRegFilePath() const
 
 void CComInfoChecker::CComObjectChecker::ScanModules()
 {
-    const CFileHandle hSnapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, ::GetCurrentProcessId()));
+    const CFileHandle hSnapshot = ModuleSnapshot(::GetCurrentProcessId());
     if (!hSnapshot)
     {
         m_rResultLog.WriteLine(L"CreateToolhelp32Snapshot() failed.[0x%08X]", LastErrorResult());

@@ -46,7 +46,7 @@ private:
     unsigned CheckInterfaceCatching(CFunctionLog& log, DWORD dwApartment);
     HRESULT CheckInterface(DWORD dwApartment);
     void AskMarshalled(const CFunctionLog& log, DWORD dwApartment);
-    bool StartApartment(const CComApartment& rApartment, DWORD dwApartment);
+    bool StartApartment(const COpdComInit& rApartment, DWORD dwApartment);
     std::wstring GetComRegFilePath() const;
     void ScanModules();
 

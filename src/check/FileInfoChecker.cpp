@@ -167,9 +167,10 @@ bool CFileInfoChecker::CheckLoading(const CFunctionLog& log, const CFileInfo& rI
     if (hModule)
         return true;
     const DWORD dwError = ::GetLastError();
-    return SUCCEEDED(CFunctionLog::Try([&] {
+    CFunctionLog::Try([&] {
         FailEntry(log, m_rResultLog, E_FAIL, L"Failed: LoadLibraryEx( \"%s\" ) failed.[%u]", rInfo.sPath, dwError);
-    }));
+    });
+    return false;
 }
 
 void CFileInfoChecker::CheckCertificate(const CFunctionLog& log, const CFileInfo& rInfo)
@@ -262,7 +263,7 @@ HRESULT CFileInfoChecker::CompareSha(COpenFile& rFile, const std::string& sExpec
             sha.Update({ aPiece.data(), dwRead });
         }
         const CSha1::Digest Actual = sha.Final();
-        if (std::memcmp(Actual.data(), Expected.data(), Actual.size()) != 0)
+        if (Actual != Expected)
             log.Throw(E_FAIL, L"memcmp( aHash1, aHash2 ) failed. \"%s\"", rFile.Path());
     });
 }

@@ -57,7 +57,7 @@ std::wstring ProfilesText(LONG nProfiles)
 }
 
 // A thread that has another apartment already will do.
-void CheckApartment(const CFunctionLog& log, const CComApartment& rApartment)
+void CheckApartment(const CFunctionLog& log, const COpdComInit& rApartment)
 {
     if (rApartment.GetResult() != RPC_E_CHANGED_MODE)
         log.Check(rApartment.GetResult(), L"CoInitializeEx() failed.[0x%08X]");
@@ -172,7 +172,7 @@ HRESULT CNetworkInfoCollector::collectFirewallInfoForXP()
 {
     CFunctionLog log;
     return log.Run([&] {
-        const CComApartment apartment(COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE);
+        const COpdComInit apartment(COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE);
         CheckApartment(log, apartment);
         const COldFirewall firewall(log);
         const CFirewallItems apps(log, firewall.pApps.Get(), AppsFailures);
@@ -190,7 +190,7 @@ HRESULT CNetworkInfoCollector::collectFirewallInfoForVistaOrLater()
 {
     CFunctionLog log;
     return log.Run([&] {
-        const CComApartment apartment(COINIT_APARTMENTTHREADED);
+        const COpdComInit apartment(COINIT_APARTMENTTHREADED);
         CheckApartment(log, apartment);
         ComPtr<INetFwPolicy2> pPolicy;
         log.Check(CreateFirewallObject<NetFwPolicy2>(pPolicy), L"WFCOMInitialize() failed.[0x%08X]");

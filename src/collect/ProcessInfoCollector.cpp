@@ -1,6 +1,7 @@
 #include "collect/ProcessInfoCollector.h"
 
 #include "collect/CollectorFolders.h"
+#include "opdutility/ModuleSnapshot.h"
 #include "platform/HResult.h"
 #include "platform/Handle.h"
 #include "platform/Path.h"
@@ -81,7 +82,7 @@ void CProcessInfoCollector::OutputProcess(const PROCESSENTRY32W& rProcess)
 // that may not be looked into, or has ended since, has the failure in place of its modules.
 void CProcessInfoCollector::OutputModules(DWORD dwProcessId)
 {
-    const CFileHandle hSnapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, dwProcessId));
+    const CFileHandle hSnapshot = ModuleSnapshot(dwProcessId);
     if (!hSnapshot)
     {
         m_DetailLog.WriteLine(L"::CreateToolhelp32Snapshot( TH32CS_SNAPMODULE, 0x%08X ) failed. [0x%08X]", dwProcessId,

@@ -7,6 +7,7 @@
 #include "platform/HResult.h"
 #include "platform/Path.h"
 #include "platform/RegKey.h"
+#include "platform/SystemLibrary.h"
 #include "platform/Text.h"
 
 using Microsoft::WRL::ComPtr;
@@ -81,8 +82,7 @@ HRESULT CConfigFile::LoadEnvironment(IXMLDOMDocument* pDocument)
         m_wLanguage = static_cast<WORD>(::GetUserDefaultLCID() & 0x3FF);
         m_sSystemDirPath = ShellFolder(log, CSIDL_SYSTEM, L"CSIDL_SYSTEM");
         m_sProgramDirPath = ShellFolder(log, CSIDL_PROGRAM_FILES, L"CSIDL_PROGRAM_FILES");
-        if (FAILED(CFunctionLog::Try([&] { LoadMachine(log); })))
-            m_nMachine = Machine_Other;
+        CFunctionLog::Try([&] { LoadMachine(log); });
         const HRESULT hr = COpdWow64::IsWow64(&m_bWow64);
         if (FAILED(hr))
         {
@@ -97,10 +97,7 @@ void CConfigFile::LoadRootAttributes(const CFunctionLog& log, IXMLDOMDocument* p
     ComPtr<IXMLDOMNode> pRootNode;
     const HRESULT hr = pDocument->selectSingleNode(CBstr(L"installchecker").Get(), &pRootNode);
     if (hr != S_OK || !pRootNode)
-    {
-        log.Assert(L"pXmlDoc->selectSingleNode() failed.[0x%08X]", hr);
-        log.Throw(E_FAIL);
-    }
+        log.Fail(E_FAIL, L"pXmlDoc->selectSingleNode() failed.[0x%08X]", hr);
     ComPtr<IXMLDOMElement> pRoot;
     if (FAILED(pRootNode.As(&pRoot)))
         log.Fail(E_FAIL, L"pRootNode->QueryInterface( IXMLDOMElement ) failed.");
@@ -147,10 +144,8 @@ void CConfigFile::LoadMachine(const CFunctionLog& log)
     const HMODULE hKernel = ::GetModuleHandleW(L"kernel32");
     if (hKernel == nullptr)
         log.ThrowCode(LastErrorResult(), L"GetModuleHandle( \"kernel32\" ) failed.[0x%08X]");
-    using GetNativeSystemInfoFn = void(WINAPI*)(SYSTEM_INFO*);
-    const auto pGetNativeSystemInfo = reinterpret_cast<GetNativeSystemInfoFn>(
-        reinterpret_cast<void*>(::GetProcAddress(hKernel, "GetNativeSystemInfo")));
-    if (pGetNativeSystemInfo == nullptr)
+    decltype(&::GetNativeSystemInfo) pGetNativeSystemInfo = nullptr;
+    if (!BindFunction(hKernel, "GetNativeSystemInfo", pGetNativeSystemInfo))
     {
         m_nMachine = Machine_X86;
         return;

@@ -30,18 +30,11 @@ ComPtr<IXMLDOMDocument> LoadDocument(const CFunctionLog& log, const std::wstring
     log.Check(CreateXmlDocument(CLSCTX_ALL, pXmlDoc), L"pXmlDoc.CoCreateInstance() failed.[0x%08X]");
     HRESULT hr = pXmlDoc->put_async(VARIANT_FALSE);
     if (hr != S_OK)
-    {
-        log.Assert(L"pXmlDoc->put_async( false ) failed.[0x%08X]", hr);
-        log.Throw(E_FAIL);
-    }
+        log.Fail(E_FAIL, L"pXmlDoc->put_async( false ) failed.[0x%08X]", hr);
     VARIANT_BOOL bLoaded = VARIANT_FALSE;
     hr = LoadXmlFile(pXmlDoc.Get(), sPath, bLoaded);
-    if (hr != S_OK)
-    {
-        // S_FALSE is the DOM's word for a text that is no XML.
-        log.Assert(L"pXmlDoc->load( \"%s\" ) failed.[0x%08X]", sPath, hr);
-        log.Throw(E_FAIL);
-    }
+    if (hr != S_OK) // S_FALSE is the DOM's word for a text that is no XML
+        log.Fail(E_FAIL, L"pXmlDoc->load( \"%s\" ) failed.[0x%08X]", sPath, hr);
     if (bLoaded != VARIANT_TRUE)
         log.Fail(E_FAIL, L"pXmlDoc->load( \"%s\" ) failed. result != VARIANT_TRUE", sPath);
     return pXmlDoc;

@@ -8,7 +8,7 @@ namespace
 
 const struct
 {
-    std::wstring sName;
+    std::wstring_view sName;
     HKEY hKey;
 } RootKeys[] = {
     { L"HKEY_LOCAL_MACHINE", HKEY_LOCAL_MACHINE },

@@ -9,28 +9,18 @@ void WalkElements(const CFunctionLog& log, IXMLDOMNode* pParent, const std::wstr
     ComPtr<IXMLDOMNodeList> pList;
     HRESULT hr = pParent->selectNodes(CBstr(sSelection).Get(), &pList);
     if (hr != S_OK || !pList)
-    {
-        log.Assert(L"pXmlDoc->selectNodes( \"%ls\" ) failed.[0x%08X]", sPattern, hr);
-        log.Throw(E_FAIL);
-    }
+        log.Fail(E_FAIL, L"pXmlDoc->selectNodes( \"%ls\" ) failed.[0x%08X]", sPattern, hr);
     LONG nCount = 0;
     hr = pList->get_length(&nCount);
     if (hr != S_OK)
-    {
-        log.Assert(L"%s->get_length() failed.[0x%08X]", rNames.pList, hr);
-        log.Throw(E_FAIL);
-    }
+        log.Fail(E_FAIL, L"%s->get_length() failed.[0x%08X]", rNames.pList, hr);
     for (LONG n = 0; n < nCount; ++n)
     {
         const auto nIndex = static_cast<UINT32>(n);
         ComPtr<IXMLDOMNode> pNode;
         hr = pList->nextNode(&pNode);
-        if (hr != S_OK || !pNode)
-        {
-            // Named after the single selection that finds the same node.
-            log.Assert(L"pXmlDoc->selectSingleNode( \"%ls[%u]\" ) failed.[0x%08X]", sPattern, nIndex, hr);
-            log.Throw(E_FAIL);
-        }
+        if (hr != S_OK || !pNode) // named after the single selection that finds the same node
+            log.Fail(E_FAIL, L"pXmlDoc->selectSingleNode( \"%ls[%u]\" ) failed.[0x%08X]", sPattern, nIndex, hr);
         ComPtr<IXMLDOMElement> pElement;
         if (FAILED(pNode.As(&pElement)))
             log.Fail(E_FAIL, L"%s->QueryInterface( IXMLDOMElement ) failed.", rNames.pNode);

@@ -11,8 +11,11 @@ using namespace opLogSys;
 namespace
 {
 
-// Both stand before wWinMain, whatever comes first.
+// Stands before wWinMain, whatever comes first.
 [[maybe_unused]] COpLogUtil& s_rFacade = COpLogUtil::GetInstance();
+
+// Asked before anything of the facade is touched: a thread may outlive it.
+constinit std::atomic<bool> s_bGone{ false };
 
 } // namespace
 
@@ -20,8 +23,7 @@ COpLogUtil::COpLogUtil(IConfig& rConfig) : m_rConfig(rConfig), m_Imp(this) {}
 
 COpLogUtil::~COpLogUtil()
 {
-    const Common::CLockScope lock(m_Lock);
-    m_bClosed = true;
+    s_bGone = true;
     delete m_pLogSystem.exchange(nullptr);
 }
 
@@ -34,7 +36,7 @@ COpLogUtil& COpLogUtil::GetInstance()
 
 CLogSystem* COpLogUtil::GetLogSystem()
 {
-    return GetInstance().Imp().GetLogSystem();
+    return s_bGone ? nullptr : GetInstance().Imp().GetLogSystem();
 }
 
 CLogSystem* COpLogUtil::MakeLogSystem()
@@ -42,7 +44,7 @@ CLogSystem* COpLogUtil::MakeLogSystem()
     if (CLogSystem* const pMade = m_pLogSystem.load(std::memory_order_acquire))
         return pMade;
     const Common::CLockScope lock(m_Lock);
-    if (CLogSystem* const pMade = m_pLogSystem.load(std::memory_order_relaxed); pMade != nullptr || m_bClosed)
+    if (CLogSystem* const pMade = m_pLogSystem.load(std::memory_order_relaxed))
         return pMade;
 
     CLogSystemSettings settings;

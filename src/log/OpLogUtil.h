@@ -1,6 +1,7 @@
 // The facade of the log system: makes it on first use from the configuration.
 #pragma once
 
+#include <atomic>
 #include <string>
 
 #include "log/LogInterfaces.h"
@@ -67,7 +68,6 @@ private:
 
     opLogSys::Common::CCriticalSection m_Lock;
     std::atomic<opLogSys::CLogSystem*> m_pLogSystem{ nullptr };
-    bool m_bClosed = false;
     IConfig& m_rConfig;
     COpLogImp m_Imp;
 };

@@ -9,7 +9,7 @@ int CMessageLoop::Run()
     {
         // In this order: a quit message that came before the answer must be taken here, or the next box would end by
         // it.
-        if (m_fnIdleQuit && m_fnIdleQuit() && !::PeekMessageW(&Message, nullptr, 0, 0, PM_NOREMOVE))
+        if (m_pbQuit != nullptr && *m_pbQuit && !::PeekMessageW(&Message, nullptr, 0, 0, PM_NOREMOVE))
             return 0;
         const BOOL bGot = ::GetMessageW(&Message, nullptr, 0, 0);
         if (bGot == -1)
@@ -21,12 +21,11 @@ int CMessageLoop::Run()
     }
 }
 
-HRESULT CAppModule::Init(HINSTANCE hInstance)
+HRESULT CAppModule::Init()
 {
     if (!::InitializeCriticalSectionAndSpinCount(&m_Lock, 0))
         return LastErrorResult();
     m_bLockMade = true;
-    m_hInstance = hInstance;
     m_dwMainThreadId = ::GetCurrentThreadId();
     return S_OK;
 }

@@ -1,7 +1,7 @@
 // The application module: the main thread's id and the table of message loops, one a thread.
 #pragma once
 
-#include <functional>
+#include <atomic>
 #include <map>
 
 #include "platform/Win32.h"
@@ -13,12 +13,12 @@ public:
     // Pumps until the quit message; gives its parameter.
     int Run();
 
-    // Asked before the loop waits. True ends it like a quit message, once the queue is empty: a modal loop of the
-    // system (a window that is dragged, a menu) swallows the quit message itself.
-    void SetIdleQuit(std::function<bool()> fnIdleQuit) { m_fnIdleQuit = std::move(fnIdleQuit); }
+    // A flag, borrowed, that is asked before the loop waits. Set, it ends the loop like a quit message, once the queue
+    // is empty: a modal loop of the system (a window that is dragged, a menu) swallows the quit message itself.
+    void SetQuitFlag(const std::atomic<bool>* pbQuit) { m_pbQuit = pbQuit; }
 
 private:
-    std::function<bool()> m_fnIdleQuit;
+    const std::atomic<bool>* m_pbQuit = nullptr;
 };
 
 class CAppModule
@@ -30,18 +30,16 @@ public:
     virtual ~CAppModule() = default;
 
     // Records the calling thread as the main thread.
-    HRESULT Init(HINSTANCE hInstance);
+    HRESULT Init();
     void Term();
 
     // The loop of the calling thread, borrowed.
-    bool AddMessageLoop(CMessageLoop* pLoop);
-    bool RemoveMessageLoop();
+    bool AddMessageLoop(CMessageLoop* pLoop); // false: it has one already
+    bool RemoveMessageLoop();                 // false: it has none
 
     DWORD GetMainThreadId() const { return m_dwMainThreadId; }
-    HINSTANCE GetInstance() const { return m_hInstance; }
 
 private:
-    HINSTANCE m_hInstance = nullptr;
     DWORD m_dwMainThreadId = 0;
     bool m_bLockMade = false;
     CRITICAL_SECTION m_Lock{};

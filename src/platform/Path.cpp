@@ -9,9 +9,9 @@ std::wstring JoinPath(const std::wstring& sDirPath, const std::wstring& sName)
 {
     if (sName.empty())
         return sDirPath;
-    // PathAppendW empties its buffer when the result would not fit.
+    // PathAppendW empties its buffer when the result would not fit, and may cut a name behind an empty folder.
     wchar_t aPath[MAX_PATH];
-    if (sDirPath.size() < MAX_PATH)
+    if (sDirPath.size() < MAX_PATH && sName.size() < MAX_PATH)
     {
         std::copy_n(sDirPath.c_str(), sDirPath.size() + 1, aPath);
         if (::PathAppendW(aPath, sName.c_str()))

@@ -6,11 +6,10 @@
 #include <string>
 #include <string_view>
 
-// Comparisons without regard to case, as the runtime's _wcsicmp folds it: character by character, so texts of two
-// lengths are never equal, and most differ in that.
+// Comparisons without regard to case, as the runtime's _wcsicmp folds it.
 inline bool EqualsNoCase(const std::wstring& sLeft, const wchar_t* pRight)
 {
-    return std::wcslen(sLeft.c_str()) == std::wcslen(pRight) && ::_wcsicmp(sLeft.c_str(), pRight) == 0;
+    return ::_wcsicmp(sLeft.c_str(), pRight) == 0;
 }
 inline bool EqualsNoCase(const std::wstring& sLeft, const std::wstring& sRight)
 {
@@ -22,7 +21,8 @@ inline bool EndsWithNoCase(const std::wstring& sText, std::wstring_view sEnd)
            ::_wcsnicmp(sText.c_str() + (sText.size() - sEnd.size()), sEnd.data(), sEnd.size()) == 0;
 }
 
-// Replaces every occurrence in one pass from the left; what a replacement brings in is not looked at again.
+// Replaces every occurrence of a text that is not empty in one pass from the left; what a replacement brings in is not
+// looked at again.
 inline void ReplaceAll(std::wstring& rsText, std::wstring_view sWhat, std::wstring_view sBy)
 {
     std::size_t nFound = rsText.find(sWhat);

@@ -1,20 +1,8 @@
-// The one place that includes <windows.h>: fixes the oldest system (Windows 7), Unicode, and the word size.
+// The one place that includes <windows.h>, and holds what the build says of it to be true: the oldest system is Windows
+// 7, and addresses of drivers, wire records of device requests and the registry views all count on 32-bit words.
 #pragma once
-
-#ifndef WINVER
-#define WINVER 0x0601
-#endif
-#ifndef _WIN32_WINNT
-#define _WIN32_WINNT 0x0601
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#ifndef STRICT
-#define STRICT
-#endif
 
 #include <windows.h>
 
-// Addresses of drivers, wire records of device requests and the registry views all count on 32-bit words.
+static_assert(_WIN32_WINNT == 0x0601 && WINVER == 0x0601, "Kelvarin runs on Windows 7");
 static_assert(sizeof(void*) == 4, "Kelvarin is a 32-bit program only");

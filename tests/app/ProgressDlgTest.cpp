@@ -45,11 +45,17 @@ TEST(ProgressDlg, AddsUpItsClients)
 }
 
 // The worker only posts: the window must follow once its own thread handles the messages, and survive late ones.
+// Nobody's typing may go to it.
 TEST(ProgressDlg, ShowsTheTableWhenItsThreadHandlesTheMessages)
 {
+    const HWND hOther = ::CreateWindowW(L"EDIT", L"", WS_VISIBLE, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
+    ::SetFocus(hOther);
     CProgressDlg dialog;
     const HWND hDialog = dialog.Create(nullptr);
     ASSERT_NE(hDialog, nullptr) << ::GetLastError();
+    dialog.ShowWindow(SW_SHOWNA);
+    EXPECT_EQ(::GetFocus(), hOther);
+    ::DestroyWindow(hOther);
     dialog.AddClient(L"a", 100, L"done");
     EXPECT_EQ(Shown(hDialog), "0 start pending...") << "a new client posts nothing";
     dialog.UpdateProgress(L"unknown", 5, L"lost");

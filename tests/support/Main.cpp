@@ -11,6 +11,6 @@ int wmain(int argc, wchar_t** argv)
     // The golden files are of code page 1252.
     ::SetThreadLocale(MAKELCID(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), SORT_DEFAULT));
     const COpdComInit com;
-    CKelvarinApp::GetApp().Init(::GetModuleHandleW(nullptr));
+    CKelvarinApp::GetApp().Init();
     return RUN_ALL_TESTS();
 }

@@ -2,6 +2,7 @@
 
 #include "log/FunctionLog.h"
 #include "platform/HResult.h"
+#include "platform/SystemLibrary.h"
 
 HRESULT COpdWow64::IsWow64(bool* pbIsWow64)
 {
@@ -11,10 +12,8 @@ HRESULT COpdWow64::IsWow64(bool* pbIsWow64)
         const HMODULE hKernel = ::GetModuleHandleW(L"kernel32");
         if (hKernel == nullptr)
             log.ThrowCode(LastErrorResult(), L"GetModuleHandle( \"kernel32\" ) failed.[0x%08X]");
-        using IsWow64ProcessFn = BOOL(WINAPI*)(HANDLE, PBOOL);
-        const auto pIsWow64Process = reinterpret_cast<IsWow64ProcessFn>(
-            reinterpret_cast<void*>(::GetProcAddress(hKernel, "IsWow64Process")));
-        if (pIsWow64Process == nullptr)
+        decltype(&::IsWow64Process) pIsWow64Process = nullptr;
+        if (!BindFunction(hKernel, "IsWow64Process", pIsWow64Process))
             return;
         BOOL bAnswer = FALSE;
         if (!pIsWow64Process(::GetCurrentProcess(), &bAnswer))
