@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "log/FunctionLog.h"
-#include "platform/HResult.h"
+#include "platform/Drive.h"
 #include "platform/LocalTime.h"
 #include "platform/Path.h"
 #include "sptioctl/SptIoCtl.h"
@@ -92,7 +92,7 @@ HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::Open(BYTE nDriveIndex)
     CFunctionLog log;
     return log.Run([&] {
         ISptIoCtl& rWrapped = Wrapped(log);
-        const wchar_t cLetter = static_cast<wchar_t>(L'A' + nDriveIndex);
+        const wchar_t cLetter = DriveLetter(nDriveIndex);
         log.Trace(L"DriveIndex: \"%d\"(%c:)", nDriveIndex, cLetter);
         log.Check(rWrapped.Open(nDriveIndex), L"ISptIoCtl::Open( %c ) failed. [0x%08X]", cLetter);
     });
