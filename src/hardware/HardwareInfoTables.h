@@ -36,10 +36,8 @@ inline constexpr CNameRow<DWORD> DriveTypeTable[] = {
     { DRIVE_CDROM, L"CDROM" },
     { DRIVE_RAMDISK, L"RAMDISK" },
 };
-// clang-format on
 
 // GetVolumeInformationW, in the order of the report.
-// clang-format off
 inline constexpr CNameRow<DWORD> FileSystemFlagTable[] = {
     { 0x00000002, L"FS_CASE_IS_PRESERVED" },
     { 0x00000001, L"FS_CASE_SENSITIVE" },

@@ -66,7 +66,7 @@ CSptIoCtlDebug::CSptIoCtlDebug()
     const std::wstring sPath = JoinPath(ModuleDirPath(), L"log.SCSI");
     if (!FileExists(sPath))
         ::SHCreateDirectoryExW(nullptr, sPath.c_str(), nullptr);
-    m_sLogDirPath = WithTrailingBackslash(sPath);
+    m_sLogDirPath = sPath;
 }
 
 HRESULT CSptIoCtlDebug::SetSptIoCtl(ISptIoCtl* pSptIoCtl)
@@ -192,7 +192,7 @@ CFileHandle CSptIoCtlDebug::CreateRecord(const std::wstring& sTail)
             continue;
         }
         m_LastTime = Now;
-        return CFileHandle(::CreateFileW((m_sLogDirPath + sName).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+        return CFileHandle(::CreateFileW(EntryPath(m_sLogDirPath, sName).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                          FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     }
     return CFileHandle();
