@@ -3,11 +3,12 @@
 
 #include <shlobj.h>
 
-#include "collect/ApplicationInfoReport.h"
 #include "collect/BackupPrivilege.h"
 #include "collect/CollectorFolders.h"
 #include "collect/CollectorUtil.h"
+#include "collect/StepResult.h"
 #include "log/FunctionLog.h"
+#include "log/ResultLog.h"
 #include "platform/HResult.h"
 #include "platform/Path.h"
 #include "platform/RegKey.h"
@@ -28,15 +29,10 @@ constexpr CNameRow<int> StartupFolders[] = {
     { CSIDL_COMMON_ALTSTARTUP, L"CSIDL_COMMON_ALTSTARTUP" },
 };
 
-void OpenReport(const CFunctionLog& log, const std::wstring& sPath, CResultLog& rResultLog)
-{
-    log.Check(rResultLog.Open(sPath, false), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sPath);
-}
-
 void WriteSection(CResultLog& rResultLog, const std::wstring& sName)
 {
     rResultLog.WriteLine(L"");
-    WriteApplicationSeparator(rResultLog);
+    rResultLog.WriteLine(L"%s", DumpSeparator);
     rResultLog.WriteLine(L"[%s]", sName);
 }
 
@@ -45,9 +41,8 @@ void OutputRunKey(const CFunctionLog& log, const CNameRow<HKEY>& rRoot, CResultL
 {
     const std::wstring sKey = FormatText(L"%s\\%s", rRoot.pName, RunKeyPath);
     CRegKey reg;
-    const DWORD dwOpen = reg.Open(rRoot.value, RunKeyPath, KEY_READ);
-    if (dwOpen != ERROR_SUCCESS)
-        log.ThrowCode(HResultFromWin32(dwOpen), L"CRegKey::Open( \"%s\" ) failed. [0x%08X]", sKey);
+    if (const HRESULT hr = ResultOf(reg.Open(rRoot.value, RunKeyPath, KEY_READ)); FAILED(hr))
+        log.ThrowCode(hr, L"CRegKey::Open( \"%s\" ) failed. [0x%08X]", sKey);
     WriteSection(rResultLog, sKey);
     for (DWORD nIndex = 0;; ++nIndex)
     {
@@ -92,27 +87,26 @@ HRESULT CApplicationInfoCollector::Collect(const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
-        const auto Report = [&](HRESULT hr, const wchar_t* pStep) {
-            if (FAILED(hr))
-                log.Warning(L"CApplicationInfoCollector::%s() failed. [0x%08X]", pStep, hr);
-        };
         CreateOutputFolder(log, sOutDirPath);
-        Report(EnableBackupPrivilege(), L"EnableBackupPrivilege");
+        Tolerate(log, EnableBackupPrivilege(), L"CApplicationInfoCollector::EnableBackupPrivilege() failed. [0x%08X]");
 
         CResultLog startup;
-        OpenReport(log, JoinPath(sOutDirPath, L"StartupPrograms.txt"), startup);
-        Report(OutputStartupPrograms(startup), L"OutputStartupPrograms");
+        startup.OpenOrThrow(log, JoinPath(sOutDirPath, L"StartupPrograms.txt"), false);
+        Tolerate(log, OutputStartupPrograms(startup),
+                 L"CApplicationInfoCollector::OutputStartupPrograms() failed. [0x%08X]");
 
         CResultLog csv;
-        OpenReport(log, JoinPath(sOutDirPath, L"InstalledPrograms.csv"), csv);
+        csv.OpenOrThrow(log, JoinPath(sOutDirPath, L"InstalledPrograms.csv"), false);
         csv.WriteLine(L"\"Name\",\"Version\",\"Publisher\",\"InstallDate\",\"Size\"");
         CResultLog text;
-        OpenReport(log, JoinPath(sOutDirPath, L"InstalledPrograms.txt"), text);
-        Report(OutputInstalledPrograms(csv, text), L"OutputInstalledPrograms");
+        text.OpenOrThrow(log, JoinPath(sOutDirPath, L"InstalledPrograms.txt"), false);
+        Tolerate(log, OutputInstalledPrograms(csv, text),
+                 L"CApplicationInfoCollector::OutputInstalledPrograms() failed. [0x%08X]");
 
         CResultLog msi;
-        OpenReport(log, JoinPath(sOutDirPath, L"MsiInstallProperties.txt"), msi);
-        Report(OutputMsiInstallProperties(msi), L"OutputMsiInstallProperties");
+        msi.OpenOrThrow(log, JoinPath(sOutDirPath, L"MsiInstallProperties.txt"), false);
+        Tolerate(log, OutputMsiInstallProperties(msi),
+                 L"CApplicationInfoCollector::OutputMsiInstallProperties() failed. [0x%08X]");
     });
 }
 

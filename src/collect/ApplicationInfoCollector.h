@@ -9,6 +9,14 @@
 class CRegKey;
 class CResultLog;
 
+// A program or product: an open key, the name that it has among its neighbours, and its time there.
+struct CInstalled
+{
+    const CRegKey& rKey;
+    std::wstring sName;
+    FILETIME LastWrite;
+};
+
 class CApplicationInfoCollector
 {
 public:
@@ -22,13 +30,6 @@ private:
     {
         DWORD dwType;
         const wchar_t* pName;
-    };
-    // A program or product: an open key, the name that it has among its neighbours, and its time there.
-    struct CInstalled
-    {
-        const CRegKey& rKey;
-        std::wstring sName;
-        FILETIME LastWrite;
     };
 
     static HRESULT EnableBackupPrivilege();

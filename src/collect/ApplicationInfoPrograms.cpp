@@ -1,8 +1,9 @@
 // Installed programs, as the uninstall key and the installer's own records have them. The keys are those of the
 // program's own registry view.
 #include "collect/ApplicationInfoCollector.h"
-#include "collect/ApplicationInfoReport.h"
+#include "collect/CollectorFolders.h"
 #include "log/FunctionLog.h"
+#include "log/ResultLog.h"
 #include "platform/HResult.h"
 #include "platform/LocalTime.h"
 #include "platform/RegKey.h"
@@ -13,38 +14,33 @@ namespace
 constexpr const wchar_t* UninstallKeyPath = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
 constexpr const wchar_t* UserDataKeyPath = L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData";
 
+// The longest name that a key can have, with its terminator.
+constexpr DWORD NameCapacity = 256;
+
 constexpr CFormat<std::wstring, HRESULT> OpenFailed(L"CRegKey::Open( \"HKLM\\%s\" ) failed. [0x%08X]");
 
-HRESULT OpenMachineKey(const std::wstring& sPath, CRegKey& rKey)
-{
-    const DWORD dwStatus = rKey.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ);
-    return dwStatus == ERROR_SUCCESS ? S_OK : HResultFromWin32(dwStatus);
-}
-
-// Opens "path\subkey" + pTail for each subkey of an open key and hands it to body, with its path, the subkey's name
-// and the subkey's time. One that cannot be opened costs a record; an enumeration that fails throws.
+// Opens "path\subkey" + pTail for each subkey of an open key and hands it, an installed thing, to body with its path.
+// One that cannot be opened costs a record; an enumeration that fails throws.
 template <typename Body>
 void ForEachSubKey(const CFunctionLog& log, const CRegKey& rKey, const std::wstring& sPath, const wchar_t* pTail,
                    const Body& body)
 {
     for (DWORD nIndex = 0;; ++nIndex)
     {
-        wchar_t aName[256]; // the longest name that a key can have
-        DWORD nName = 256;
+        std::wstring sName;
         FILETIME LastWrite{};
-        const auto dwStatus = static_cast<DWORD>(
-            ::RegEnumKeyExW(rKey.Get(), nIndex, aName, &nName, nullptr, nullptr, nullptr, &LastWrite));
+        const DWORD dwStatus = EnumSubKey(rKey.Get(), nIndex, sName, NameCapacity, &LastWrite);
         if (dwStatus == ERROR_NO_MORE_ITEMS)
             return;
         if (dwStatus != ERROR_SUCCESS)
             log.ThrowCode(HResultFromWin32(dwStatus), L"CRegKey::EnumKey( \"HKLM\\%s\", %d ) failed, [0x%08X]", sPath,
                           nIndex);
 
-        const std::wstring sSubPath = FormatText(L"%s\\%s%s", sPath, aName, pTail);
+        const std::wstring sSubPath = FormatText(L"%s\\%s%s", sPath, sName, pTail);
         CRegKey reg;
         const HRESULT hr = OpenMachineKey(sSubPath, reg);
         if (SUCCEEDED(hr))
-            body(reg, sSubPath, aName, LastWrite);
+            body(CInstalled{ reg, sName, LastWrite }, sSubPath);
         else
             log.Warning(OpenFailed, sSubPath, hr);
     }
@@ -76,12 +72,10 @@ HRESULT CApplicationInfoCollector::OutputInstalledPrograms(CResultLog& rCsv, CRe
     return log.Run([&] {
         CRegKey uninstall;
         log.Check(OpenMachineKey(UninstallKeyPath, uninstall), OpenFailed, std::wstring(UninstallKeyPath));
-        ForEachSubKey(log, uninstall, UninstallKeyPath, L"",
-                      [&](const CRegKey& rKey, const std::wstring&, const wchar_t* pName, const FILETIME& rLastWrite) {
-                          const CInstalled program{ rKey, pName, rLastWrite };
-                          OutputProgramRow(program, rCsv);
-                          OutputProgramInfo(program, rText);
-                      });
+        ForEachSubKey(log, uninstall, UninstallKeyPath, L"", [&](const CInstalled& rProgram, const std::wstring&) {
+            OutputProgramRow(rProgram, rCsv);
+            OutputProgramInfo(rProgram, rText);
+        });
     });
 }
 
@@ -91,15 +85,13 @@ HRESULT CApplicationInfoCollector::OutputMsiInstallProperties(CResultLog& rResul
     return log.Run([&] {
         CRegKey userData;
         log.Check(OpenMachineKey(UserDataKeyPath, userData), OpenFailed, std::wstring(UserDataKeyPath));
-        ForEachSubKey(
-            log, userData, UserDataKeyPath, L"\\Products",
-            [&](const CRegKey& rProducts, const std::wstring& sProductsPath, const wchar_t*, const FILETIME&) {
-                ForEachSubKey(
-                    log, rProducts, sProductsPath, L"\\InstallProperties",
-                    [&](const CRegKey& rKey, const std::wstring&, const wchar_t* pProduct, const FILETIME& rLastWrite) {
-                        OutputInstallProperties({ rKey, pProduct, rLastWrite }, rResultLog);
-                    });
-            });
+        ForEachSubKey(log, userData, UserDataKeyPath, L"\\Products",
+                      [&](const CInstalled& rUser, const std::wstring& sProductsPath) {
+                          ForEachSubKey(log, rUser.rKey, sProductsPath, L"\\InstallProperties",
+                                        [&](const CInstalled& rProduct, const std::wstring&) {
+                                            OutputInstallProperties(rProduct, rResultLog);
+                                        });
+                      });
     });
 }
 
@@ -119,7 +111,7 @@ HRESULT CApplicationInfoCollector::OutputProgramRow(const CInstalled& rProgram, 
         DWORD dwSize = 0;
         GetDwordProperty(rKey, L"EstimatedSize", dwSize);
         if (dwSize != 0)
-            sSize = FormatText(L"%.1f MB", dwSize * 0.0009765625);
+            sSize = FormatText(L"%.1f MB", dwSize / 1024.0);
         rCsv.WriteLine(L"\"%s\",\"%s\",\"%s\",\"%s\",\"%s\"", sName, sVersion, sPublisher, sDate, sSize);
     });
 }
@@ -152,7 +144,7 @@ HRESULT CApplicationInfoCollector::OutputInstallProperties(const CInstalled& rPr
 void CApplicationInfoCollector::WriteBlock(const CInstalled& rInstalled, std::span<const CProperty> Properties,
                                            const wchar_t* pNameLabel, CResultLog& rText)
 {
-    WriteApplicationSeparator(rText);
+    rText.WriteLine(L"%s", DumpSeparator);
     for (const CProperty& rProperty : Properties)
     {
         std::wstring sValue;
@@ -174,19 +166,11 @@ HRESULT CApplicationInfoCollector::GetStringProperty(const CRegKey& rKey, const 
 {
     constexpr DWORD Capacity = 1024;
     CFunctionLog log;
-    return log.Run([&] {
-        const DWORD dwStatus = rKey.QueryStringValue(pName, rsValue, Capacity);
-        if (dwStatus != ERROR_SUCCESS)
-            log.Throw(HResultFromWin32(dwStatus));
-    });
+    return log.Run([&] { return ResultOf(rKey.QueryStringValue(pName, rsValue, Capacity)); });
 }
 
 HRESULT CApplicationInfoCollector::GetDwordProperty(const CRegKey& rKey, const wchar_t* pName, DWORD& rdwValue)
 {
     CFunctionLog log;
-    return log.Run([&] {
-        const DWORD dwStatus = rKey.QueryDwordValue(pName, rdwValue);
-        if (dwStatus != ERROR_SUCCESS)
-            log.Throw(HResultFromWin32(dwStatus));
-    });
+    return log.Run([&] { return ResultOf(rKey.QueryDwordValue(pName, rdwValue)); });
 }

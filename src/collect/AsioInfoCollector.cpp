@@ -29,23 +29,20 @@ HRESULT CAsioInfoCollector::Collect(const std::wstring& sOutDirPath)
         if (reg.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\ASIO", KEY_READ) != ERROR_SUCCESS)
             return;
         CreateOutputFolder(log, sOutDirPath);
-        const std::wstring sCsvPath = JoinPath(sOutDirPath, L"ASIO.csv");
         COpdLogFile csv;
-        log.Check(csv.Open(sCsvPath), L"COpdLogFile::Open( \"%s\" ) failed. [0x%08X]", sCsvPath);
+        csv.OpenOrThrow(log, JoinPath(sOutDirPath, L"ASIO.csv"));
         csv.WriteLine(
             L"\"Device Name\",\"Description\",\"CLSID\",\"File Path\",\"File Size\",\"LastWriteTime\",\"File Version\","
             L"\"File Attributes\"");
         for (DWORD nIndex = 0;; ++nIndex)
         {
-            wchar_t aName[NameCapacity];
-            DWORD nName = NameCapacity;
-            const auto dwStatus = static_cast<DWORD>(
-                ::RegEnumKeyExW(reg.Get(), nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr));
+            std::wstring sName;
+            const DWORD dwStatus = EnumSubKey(reg.Get(), nIndex, sName, NameCapacity);
             if (dwStatus == ERROR_NO_MORE_ITEMS)
                 return;
             if (dwStatus != ERROR_SUCCESS)
                 log.ThrowCode(HResultFromWin32(dwStatus), L"CRegKey::EnumKey(ASIO) failed. [0x%08X]");
-            OutputDriver(reg.Get(), aName, csv);
+            OutputDriver(reg.Get(), sName, csv);
         }
     });
 }

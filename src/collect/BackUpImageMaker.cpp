@@ -4,23 +4,20 @@
 
 #include <new>
 
-#include "collect/CollectorFolders.h"
 #include "collect/ProductObjects.h"
+#include "log/FunctionLog.h"
 #include "opdutility/OpdFileHelper.h"
 #include "platform/ComObject.h"
 #include "platform/ComText.h"
 #include "platform/ObjectRef.h"
 #include "platform/Path.h"
 
+using Microsoft::WRL::ComPtr;
+
 // What the product tells while it writes. Nobody listens, but it wants somebody to tell.
 class CBackUpImageMaker::CCallback final : public CComObjectT<IVlmBackupCallback>
 {
 public:
-    static HRESULT Create(void** ppObject)
-    {
-        const Microsoft::WRL::ComPtr<CCallback> pCallback(new (std::nothrow) CCallback);
-        return pCallback == nullptr ? E_OUTOFMEMORY : pCallback->QueryInterface(__uuidof(IVlmBackupCallback), ppObject);
-    }
     HRESULT STDMETHODCALLTYPE onProgress(LONG) override { return S_OK; }
 
 private:
@@ -31,8 +28,10 @@ HRESULT CBackUpImageMaker::MakeBackUpImage(const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
-        CObjectRef<IVlmBackupCallback> pCallback;
-        log.Check(pCallback.Fill(CCallback::Create), L"CBackUpImageMaker::CCallback::CreateInstance() failed.[0x%08X]");
+        auto* const pNew = new (std::nothrow) CCallback;
+        ComPtr<IVlmBackupCallback> pCallback;
+        log.Check(pNew != nullptr ? ComPtr<CCallback>(pNew).As(&pCallback) : E_OUTOFMEMORY,
+                  L"CBackUpImageMaker::CCallback::CreateInstance() failed.[0x%08X]");
         CObjectRef<IVlmBackup> pBackup;
         log.Check(ProductResult([&] { return pBackup.Create(CLSID_VlmBackup, IID_IVlmBackup); }),
                   L"CoCreateInstance( __uuidof(VlmBackup) ) failed.[0x%08X]");

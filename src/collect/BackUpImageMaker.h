@@ -8,7 +8,8 @@
 class CBackUpImageMaker
 {
 public:
-    // Needs COM on the calling thread.
+    // Makes the folder when it is missing, and refuses an empty one. Needs COM on the calling thread. The result may be
+    // the code of an exception that the product threw.
     HRESULT MakeBackUpImage(const std::wstring& sOutDirPath);
 
 private:

@@ -12,7 +12,7 @@ void EnableBackupPrivilege(const CFunctionLog& log)
     if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, hToken.Put()))
         log.Throw(E_FAIL, L"::OpenProcessToken( ::GetCurrentProcess() ) failed. [0x%08X]", LastErrorResult());
     LUID Id{};
-    if (!::LookupPrivilegeValueW(nullptr, L"SeBackupPrivilege", &Id))
+    if (!::LookupPrivilegeValueW(nullptr, SE_BACKUP_NAME, &Id))
         log.Throw(E_FAIL, L"::LookupPrivilegeValue( SE_BACKUP_NAME ) failed. [0x%08X]", LastErrorResult());
     const std::unique_ptr<TOKEN_PRIVILEGES> pPrivileges(new (std::nothrow)
                                                             TOKEN_PRIVILEGES{ 1, { { Id, SE_PRIVILEGE_ENABLED } } });

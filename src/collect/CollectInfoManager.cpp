@@ -1,9 +1,6 @@
 #include "collect/CollectInfoManager.h"
 
-#include <shlwapi.h>
-
-#include <vector>
-
+#include "collect/StepResult.h"
 #include "config/ConfigFile.h"
 #include "log/FunctionLog.h"
 #include "opdutility/OpdExecFile.h"
@@ -39,6 +36,16 @@ struct CCollectInfoManager::CStage
     std::wstring sCommand;
 };
 
+// As they stand in the switches, but for the log folder, below which each child has its own.
+struct CCollectInfoManager::CPaths
+{
+    std::wstring sRepository;
+    std::wstring sNuvex;
+    std::wstring sRegistry;
+    std::wstring sLog;
+    std::wstring sResult;
+};
+
 CCollectInfoManager::CCollectInfoManager() : m_Progress(L"CCollectInfoManager", Range, L"Collecting PC information...")
 {
 }
@@ -49,49 +56,14 @@ HRESULT CCollectInfoManager::CollectPcInformation(bool bSilent, const CConfigFil
 {
     CFunctionLog log;
     const HRESULT hr = log.Run([&] {
-        const std::wstring sRepository = CleanPath(rConfig.m_sRepositoryDirPath);
-        const std::wstring sNuvex = CleanPath(rConfig.m_sNuvexDirPath);
-        const std::wstring sRegistry = CleanPath(rConfig.m_sRegistryPath);
+        const CPaths Paths{ CleanPath(rConfig.m_sRepositoryDirPath), CleanPath(rConfig.m_sNuvexDirPath),
+                            CleanPath(rConfig.m_sRegistryPath), sLogDirPath, CleanPath(sResultDirPath) };
         const bool bSxS = rConfig.IsSxS();
-        log.Error(L"Repository: %s", sRepository);
-        log.Error(L"Nuvex     : %s", sNuvex);
-        log.Error(L"Registry  : %s", sRegistry);
+        log.Error(L"Repository: %s", Paths.sRepository);
+        log.Error(L"Nuvex     : %s", Paths.sNuvex);
+        log.Error(L"Registry  : %s", Paths.sRegistry);
         log.Error(L"SxS       : %s", bSxS ? L"true" : L"false");
-
-        const auto Out = [&](const wchar_t* pFolder) {
-            return Quoted(L" -l", CleanPath(JoinPath(sLogDirPath, pFolder)));
-        };
-        const std::wstring sRepositorySwitch = Quoted(L" -path:repository", sRepository);
-        const std::wstring sNuvexSwitch = Quoted(L" -path:nuvex", sNuvex);
-        const std::wstring sRegistrySwitch = Quoted(L" -path:registry", sRegistry);
-        const std::wstring sResult = Quoted(L" -path:result", CleanPath(sResultDirPath));
-
-        // Every blank counts: the lines stand in the log as they are.
-        // clang-format off
-        std::vector<CStage> Stages{
-            { 5, L"Collecting Velmora information...", L"-s -collect:velmora" + Out(L"Velmora") + sRepositorySwitch + sNuvexSwitch + sRegistrySwitch + sResult },
-            { 10, L"Collecting System information...", std::wstring(bSilent ? L"-s " : L"") + L" -collect:system" + Out(L"System") + sResult },
-            { 20, L"Collecting Registry information...", L"-s -collect:registry" + Out(L"Registry") + sResult },
-            { 30, L"Collecting Programs information...", L"-s -collect:application" + Out(L"Application") + sResult },
-            { 40, L"Collecting Installer information...", L"-s -collect:installer" + Out(L"Installer") + sResult },
-            { 50, L"Collecting Hardware information...", L"-s -collect:hardware" + Out(L"Hardware") + sResult },
-            { 55, L"Collecting Driver information...", L"-s -collect:driver" + Out(L"Driver") + sResult },
-        };
-        // clang-format on
-        if (!bSxS)
-            Stages.push_back({ 60, L"Creating Backup Image...", L"-s -create:backup" + Out(L"BackupImage") + sResult });
-        Stages.push_back(
-            { 70, L"Collecting procfiles...",
-              L"-s -collect:license" + Out(L"BackupImage") + sRepositorySwitch + sResult + (bSxS ? L" -x" : L"") });
-        Stages.push_back({ 80, L"Collecting unique information about hardware...",
-                           L"-s -create:hwinfo" + Out(L"BackupImage") + sResult });
-        Stages.push_back({ 90, L"Collecting log files...",
-                           std::wstring(L"-s ") + (bSxS ? L"-x" : L"") + L" -collect:log" + Out(L"Log") +
-                               sRepositorySwitch + sNuvexSwitch + sResult });
-        // The bar steps back: this child came last and shares the folder of the drivers.
-        Stages.push_back({ 55, L"Collecting ASIO information...", L"-s -collect:asio" + Out(L"Driver") + sResult });
-
-        for (const CStage& rStage : Stages)
+        for (const CStage& rStage : MakeStages(Paths, bSilent, bSxS))
             RunStage(log, sProgramPath, rStage);
     });
     m_Progress.Update(Range, L"Collection Completed");
@@ -105,8 +77,42 @@ void CCollectInfoManager::RunStage(const CFunctionLog& log, const std::wstring& 
     DWORD dwExitCode = 1;
     const HRESULT hr = COpdExecFile::Execute(sProgramPath, rStage.sCommand, &dwExitCode);
     log.Error(L"[Command] %s [0x%08X]", rStage.sCommand, dwExitCode);
-    if (FAILED(hr))
-        log.Warning(L"COpdExecFile::Execute( %s ) failed. [0x%08X]", rStage.sCommand, hr);
+    Tolerate(log, hr, L"COpdExecFile::Execute( %s ) failed. [0x%08X]", rStage.sCommand);
     if (dwExitCode != 0)
         log.Warning(L"COpdExecFile::Execute( %s ) failed. [ExitCode:%u]", rStage.sCommand, dwExitCode);
+}
+
+std::vector<CCollectInfoManager::CStage> CCollectInfoManager::MakeStages(const CPaths& rPaths, bool bSilent, bool bSxS)
+{
+    const auto Out = [&](const wchar_t* pFolder) { return Quoted(L" -l", CleanPath(JoinPath(rPaths.sLog, pFolder))); };
+    const std::wstring sRepositorySwitch = Quoted(L" -path:repository", rPaths.sRepository);
+    const std::wstring sNuvexSwitch = Quoted(L" -path:nuvex", rPaths.sNuvex);
+    const std::wstring sRegistrySwitch = Quoted(L" -path:registry", rPaths.sRegistry);
+    const std::wstring sResult = Quoted(L" -path:result", rPaths.sResult);
+
+    // Every blank counts: the lines stand in the log as they are.
+    // clang-format off
+    std::vector<CStage> Stages{
+        { 5, L"Collecting Velmora information...", L"-s -collect:velmora" + Out(L"Velmora") + sRepositorySwitch + sNuvexSwitch + sRegistrySwitch + sResult },
+        { 10, L"Collecting System information...", std::wstring(bSilent ? L"-s " : L"") + L" -collect:system" + Out(L"System") + sResult },
+        { 20, L"Collecting Registry information...", L"-s -collect:registry" + Out(L"Registry") + sResult },
+        { 30, L"Collecting Programs information...", L"-s -collect:application" + Out(L"Application") + sResult },
+        { 40, L"Collecting Installer information...", L"-s -collect:installer" + Out(L"Installer") + sResult },
+        { 50, L"Collecting Hardware information...", L"-s -collect:hardware" + Out(L"Hardware") + sResult },
+        { 55, L"Collecting Driver information...", L"-s -collect:driver" + Out(L"Driver") + sResult },
+    };
+    // clang-format on
+    if (!bSxS)
+        Stages.push_back({ 60, L"Creating Backup Image...", L"-s -create:backup" + Out(L"BackupImage") + sResult });
+    Stages.push_back(
+        { 70, L"Collecting procfiles...",
+          L"-s -collect:license" + Out(L"BackupImage") + sRepositorySwitch + sResult + (bSxS ? L" -x" : L"") });
+    Stages.push_back({ 80, L"Collecting unique information about hardware...",
+                       L"-s -create:hwinfo" + Out(L"BackupImage") + sResult });
+    Stages.push_back({ 90, L"Collecting log files...",
+                       std::wstring(L"-s ") + (bSxS ? L"-x" : L"") + L" -collect:log" + Out(L"Log") +
+                           sRepositorySwitch + sNuvexSwitch + sResult });
+    // The bar steps back: this child came last and shares the folder of the drivers.
+    Stages.push_back({ 55, L"Collecting ASIO information...", L"-s -collect:asio" + Out(L"Driver") + sResult });
+    return Stages;
 }

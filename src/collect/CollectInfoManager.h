@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "app/ProgressClient.h"
 #include "platform/Win32.h"
@@ -16,11 +17,15 @@ public:
     CCollectInfoManager();
 
     // Runs all stages and waits for each child without a limit. A child that fails costs log lines and nothing more.
+    // sProgramPath is the program to start; each child gets a folder of its own below sLogDirPath to write into, and
+    // sResultDirPath for the records of all.
     HRESULT CollectPcInformation(bool bSilent, const CConfigFile& rConfig, const std::wstring& sProgramPath,
                                  const std::wstring& sLogDirPath, const std::wstring& sResultDirPath);
 
 private:
     struct CStage;
+    struct CPaths;
+    static std::vector<CStage> MakeStages(const CPaths& rPaths, bool bSilent, bool bSxS);
     void RunStage(const CFunctionLog& log, const std::wstring& sProgramPath, const CStage& rStage) const;
 
     CProgressClient m_Progress;

@@ -5,6 +5,8 @@
 #include <wrl/client.h>
 
 #include <cwctype>
+#include <map>
+#include <optional>
 
 #include "collect/CollectorUtil.h"
 #include "log/FunctionLog.h"
@@ -21,9 +23,9 @@ namespace
 constexpr WORD AnyMajor = 0xFFFF;
 constexpr wchar_t NoLetter = L' ';
 
-constexpr CFileVersion Version(DWORD a, DWORD b, DWORD c, DWORD d)
+constexpr CVersionResource::CFixed Version(DWORD a, DWORD b, DWORD c, DWORD d)
 {
-    return { c << 16 | d, a << 16 | b };
+    return { a << 16 | b, c << 16 | d };
 }
 
 // A test of one file's fixed version. The last one that holds tells the DirectX version; a row that belongs to the one
@@ -32,7 +34,7 @@ struct CVersionRow
 {
     const wchar_t* pFile;
     WORD wMajor;
-    CFileVersion atLeast;
+    CVersionResource::CFixed atLeast;
     DWORD dwMajor;
     DWORD dwMinor;
     wchar_t cLetter;
@@ -69,33 +71,30 @@ class CSystemFiles
 public:
     explicit CSystemFiles(const std::wstring& sDirPath) : m_sDirPath(sDirPath) {}
 
-    const CFileVersion* Find(const wchar_t* pFile)
+    // Without a value for a file that has no version, or is not there.
+    const std::optional<CVersionResource::CFixed>& Find(const wchar_t* pFile)
     {
-        auto itFile = m_Versions.find(pFile);
-        if (itFile == m_Versions.end())
-        {
-            CFileVersion version;
-            const HRESULT hr = CCollectorUtil::GetFileVersion(JoinPath(m_sDirPath, pFile), version);
-            itFile = m_Versions.emplace(pFile, std::pair(SUCCEEDED(hr), version)).first;
-        }
-        return itFile->second.first ? &itFile->second.second : nullptr;
+        const auto [itFile, bNew] = m_Versions.try_emplace(pFile);
+        CVersionResource::CFixed version;
+        if (bNew && SUCCEEDED(CCollectorUtil::GetFileVersion(JoinPath(m_sDirPath, pFile), version)))
+            itFile->second = version;
+        return itFile->second;
     }
 
 private:
     std::wstring m_sDirPath;
-    std::map<std::wstring, std::pair<bool, CFileVersion>> m_Versions;
+    std::map<std::wstring, std::optional<CVersionResource::CFixed>> m_Versions;
 };
 
 std::wstring SystemDirPath(const CFunctionLog& log)
 {
-    wchar_t aPath[MAX_PATH];
-    const UINT nLength = ::GetSystemDirectoryW(aPath, MAX_PATH);
-    if (nLength == 0 || nLength >= MAX_PATH)
+    std::wstring sPath = SystemFolder(::GetSystemDirectoryW);
+    if (sPath.empty())
     {
         const HRESULT hr = LastErrorResult();
         log.Throw(hr, L"GetSystemDirectory() failed.[0x%0x%08X]", hr, hr);
     }
-    return aPath;
+    return sPath;
 }
 
 // One property of the diagnostics' system part, of the wanted variant type.
@@ -179,9 +178,9 @@ HRESULT CCollectorUtil::GetDirectXVerionViaFileVersions(DWORD& rdwMajor, DWORD& 
         {
             if (rRow.bElse && bHeld)
                 continue;
-            const CFileVersion* const pVersion = files.Find(rRow.pFile);
-            bHeld = pVersion != nullptr && (rRow.wMajor == AnyMajor || pVersion->Major() == rRow.wMajor) &&
-                    *pVersion >= rRow.atLeast;
+            const auto& version = files.Find(rRow.pFile);
+            bHeld = version && (rRow.wMajor == AnyMajor || HIWORD(version->dwMS) == rRow.wMajor) &&
+                    *version >= rRow.atLeast;
             if (!bHeld)
                 continue;
             rdwMajor = rRow.dwMajor;

@@ -1,6 +1,7 @@
 #include "collect/CollectorFolders.h"
 
 #include "opdutility/OpdFileHelper.h"
+#include "platform/HResult.h"
 #include "platform/Path.h"
 
 void CreateOutputFolder(const CFunctionLog& log, const std::wstring& sOutDirPath, CFormat<std::wstring, HRESULT> failed)
@@ -18,4 +19,9 @@ std::wstring RequireShellFolder(const CFunctionLog& log, int nCsidl, const wchar
     if (FAILED(hr) || sPath.empty())
         log.ThrowCode(FAILED(hr) ? hr : E_FAIL, L"::SHGetFolderPath( %s ) failed. [0x%08X]", pName);
     return sPath;
+}
+
+HRESULT OpenMachineKey(const std::wstring& sPath, CRegKey& rKey)
+{
+    return ResultOf(rKey.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ));
 }

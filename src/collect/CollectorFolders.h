@@ -1,9 +1,10 @@
-// The folders of a collector: the one that it writes into, and those of the shell that it lists.
+// Where a collector starts: the folder that it writes into, and the folders and keys that it lists.
 #pragma once
 
 #include <string>
 
 #include "log/FunctionLog.h"
+#include "platform/RegKey.h"
 
 // Makes the folder with the missing ones above it, and refuses an empty one; failed is the record of a failure.
 void CreateOutputFolder(
@@ -12,3 +13,6 @@ void CreateOutputFolder(
 
 // A folder of the shell by its id, whose name stands in the record; throws when the PC has none.
 std::wstring RequireShellFolder(const CFunctionLog& log, int nCsidl, const wchar_t* pName);
+
+// A key below HKEY_LOCAL_MACHINE, in the program's own registry view.
+[[nodiscard]] HRESULT OpenMachineKey(const std::wstring& sPath, CRegKey& rKey);

@@ -146,10 +146,10 @@ private:
 
     static std::wstring PropertyColumns(const CFileVersions& rVersions)
     {
-        CCollectorUtil::Properties properties;
+        CFileVersions::Properties properties;
         rVersions.GetProperties(properties);
         std::wstring sColumns;
-        for (UINT32 n = 0; n < CCollectorUtil::PropertyNames.size(); ++n)
+        for (UINT32 n = 0; n < CFileVersions::PropertyNames.size(); ++n)
             sColumns += L"\"" + properties[n] + L"\",";
         return sColumns;
     }

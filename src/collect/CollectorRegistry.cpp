@@ -8,6 +8,7 @@
 #include "log/ResultLog.h"
 #include "platform/Allocation.h"
 #include "platform/RegKey.h"
+#include "platform/Text.h"
 
 namespace
 {
@@ -16,7 +17,7 @@ namespace
 constexpr DWORD NameCapacity = 260;
 
 // A longer line is refused whole; text beyond it would be for nothing.
-constexpr std::size_t MaxLine = 2048;
+constexpr std::size_t MaxLine = CLineWriter::MaxText;
 // Registry data of more bytes are not read.
 constexpr DWORD MaxData = 64 * 1024 * 1024;
 
@@ -38,7 +39,7 @@ std::wstring HexBytes(const std::vector<BYTE>& rData)
 std::wstring TextOf(const std::vector<BYTE>& rData)
 {
     const std::wstring_view sText(reinterpret_cast<const wchar_t*>(rData.data()), rData.size() / sizeof(wchar_t));
-    return std::wstring(sText.substr(0, std::min(sText.find(L'\0'), MaxLine)));
+    return std::wstring(UpToZero(sText.substr(0, MaxLine)));
 }
 
 DWORD NumberOf(const std::vector<BYTE>& rData)
@@ -101,11 +102,10 @@ HRESULT CCollectorUtil::OutputRegSubKey(HKEY hKey, const std::wstring& sPath, CR
     return log.Run([&] {
         for (DWORD nIndex = 0;; ++nIndex)
         {
-            wchar_t aName[NameCapacity];
-            DWORD nName = NameCapacity;
-            if (::RegEnumKeyExW(hKey, nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            std::wstring sName;
+            if (EnumSubKey(hKey, nIndex, sName, NameCapacity) != ERROR_SUCCESS)
                 return;
-            const std::wstring sSubPath = FormatText(L"%s\\%s", sPath, aName);
+            const std::wstring sSubPath = FormatText(L"%s\\%s", sPath, sName);
             rResultLog.WriteLine(L"  [%s]", sSubPath);
             CRegKey reg;
             if (reg.Open(HKEY_LOCAL_MACHINE, sSubPath, KEY_READ) != ERROR_SUCCESS)

@@ -2,50 +2,27 @@
 // the DirectX version. The layouts are the program's common file formats.
 #pragma once
 
-#include <array>
-#include <compare>
-#include <map>
 #include <string>
 
-#include "platform/Win32.h"
+#include "collect/FileVersions.h"
 
 class COpdLogFile;
 class CResultLog;
 
-// A 64-bit file version.
-struct CFileVersion
-{
-    DWORD dwLS = 0;
-    DWORD dwMS = 0;
-
-    constexpr WORD Major() const { return HIWORD(dwMS); }
-    constexpr std::strong_ordering operator<=>(const CFileVersion& rOther) const
-    {
-        return dwMS != rOther.dwMS ? dwMS <=> rOther.dwMS : dwLS <=> rOther.dwLS;
-    }
-    constexpr bool operator==(const CFileVersion& rOther) const = default;
-};
-
-// Static operations; each gives a result code.
+// Static operations without a state.
 class CCollectorUtil
 {
 public:
-    // The strings of a version resource that the listings show, by number.
-    static constexpr std::array PropertyNames{ L"FileVersion",    L"FileDescription", L"Comments",
-                                               L"ProductName",    L"ProductVersion",  L"CompanyName",
-                                               L"LegalCopyright", L"LegalTrademarks", L"PrivateBuild",
-                                               L"SpecialBuild",   L"InternalName",    L"OriginalFilename" };
-    using Properties = std::map<UINT32, std::wstring>;
-
     // The strings of the first translation; a missing one is left out. A file without a resource is no failure and
-    // leaves the map as it is.
-    static HRESULT GetFileProperty(const std::wstring& sPath, Properties& rProperties);
+    // leaves the map as it is. Nothing here calls it, since the listings keep the resource for a second question; it
+    // stays as it is, for a caller that has only the path.
+    static HRESULT GetFileProperty(const std::wstring& sPath, CFileVersions::Properties& rProperties);
     // The FileVersion string, each ", " made a "."; empty, with success, for a file that is missing or has no resource.
     static HRESULT GetFileVersion(const std::wstring& sPath, std::wstring& rsVersion);
     // "name : version" with that version, or "name : Not Installed" where even the asking fails.
     static std::wstring FileVersionLine(const std::wstring& sName, const std::wstring& sPath);
     // The fixed version; here a missing resource is a failure.
-    static HRESULT GetFileVersion(const std::wstring& sPath, CFileVersion& rVersion);
+    static HRESULT GetFileVersion(const std::wstring& sPath, CVersionResource::CFixed& rVersion);
     // The version of one of the product's own module files, by the path as it stands.
     static HRESULT GetTvmFileVersion(const std::wstring& sPath, std::wstring& rsVersion);
     // True for a file whose version stands in its bytes and not in a resource.
@@ -62,8 +39,8 @@ public:
     // CSV.
     static HRESULT OutputVlmFileList(const std::wstring& sDirPath, const std::wstring& sCsvPath);
 
-    // The installed DirectX version as a number (major, minor, letter) and as text ("9.0c"), from the diagnostics or,
-    // where they fail, from the versions of its files.
+    // The installed DirectX version as a number, 0x00MMmmll with 1 for the letter "a" and 0 for none, and as text
+    // ("9.0c"), from the diagnostics or, where they fail, from the versions of its files.
     static HRESULT GetDXVersion(DWORD& rdwVersion, std::wstring& rsVersion);
 
 private:

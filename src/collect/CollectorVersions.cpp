@@ -7,64 +7,8 @@
 #include "platform/HResult.h"
 #include "platform/Handle.h"
 #include "platform/ModuleVersion.h"
-#include "platform/Path.h"
-#include "platform/Text.h"
 
-namespace
-{
-
-// The translation of a loaded resource; throws E_FAIL, with its record, when there is none.
-CVersionResource::CTranslation TranslationOf(const CFunctionLog& log, const CFileVersions& rVersions)
-{
-    if (FAILED(rVersions.Error()))
-    {
-        log.Throw(E_FAIL, L"::GetFileVersionInfo( \"%s\", %u ) failed. [0x%08X]", rVersions.Path(),
-                  rVersions.Resource().Size(), rVersions.Error());
-    }
-    const auto translation = rVersions.Resource().Translation();
-    if (!translation)
-        log.Throw(E_FAIL, L"::VerQueryValue( \"%s\", Translation ) failed. [0x%08X]", rVersions.Path(),
-                  LastErrorResult());
-    return *translation;
-}
-
-} // namespace
-
-CFileVersions::CFileVersions(const std::wstring& sPath) : m_sPath(sPath), m_hrLoad(m_Resource.Load(sPath)) {}
-
-HRESULT CFileVersions::GetProperties(CCollectorUtil::Properties& rProperties) const
-{
-    CFunctionLog log("CCollectorUtil::GetFileProperty");
-    return log.Run([&] {
-        if (m_Resource.Size() == 0)
-            return;
-        const CVersionResource::CTranslation translation = TranslationOf(log, *this);
-        rProperties.clear();
-        for (UINT32 n = 0; n < CCollectorUtil::PropertyNames.size(); ++n)
-        {
-            const auto sText = m_Resource.String(translation, CCollectorUtil::PropertyNames[n]);
-            if (sText && !sText->empty())
-                rProperties.emplace(n, *sText);
-        }
-    });
-}
-
-HRESULT CFileVersions::GetVersion(std::wstring& rsVersion) const
-{
-    CFunctionLog log("CCollectorUtil::GetFileVersion");
-    return log.Run([&] {
-        rsVersion.clear();
-        if (m_Resource.Size() == 0)
-            return;
-        auto sText = m_Resource.String(TranslationOf(log, *this), L"FileVersion");
-        if (!sText)
-            log.Throw(E_FAIL, L"::VerQueryValue( \"%s\", FileVersion ) failed. [0x%08X]", m_sPath, LastErrorResult());
-        ReplaceAll(*sText, L", ", L".");
-        rsVersion = *sText;
-    });
-}
-
-HRESULT CCollectorUtil::GetFileProperty(const std::wstring& sPath, Properties& rProperties)
+HRESULT CCollectorUtil::GetFileProperty(const std::wstring& sPath, CFileVersions::Properties& rProperties)
 {
     return CFileVersions(sPath).GetProperties(rProperties);
 }
@@ -80,7 +24,7 @@ std::wstring CCollectorUtil::FileVersionLine(const std::wstring& sName, const st
     return sName + (SUCCEEDED(GetFileVersion(sPath, sVersion)) ? L" : " + sVersion : L" : Not Installed");
 }
 
-HRESULT CCollectorUtil::GetFileVersion(const std::wstring& sPath, CFileVersion& rVersion)
+HRESULT CCollectorUtil::GetFileVersion(const std::wstring& sPath, CVersionResource::CFixed& rVersion)
 {
     CFunctionLog log;
     return log.Run([&] {
@@ -90,7 +34,7 @@ HRESULT CCollectorUtil::GetFileVersion(const std::wstring& sPath, CFileVersion& 
         const auto fixed = resource.Fixed();
         if (!fixed)
             log.Throw(LastErrorResult());
-        rVersion = { fixed->dwLS, fixed->dwMS };
+        rVersion = *fixed;
     });
 }
 
@@ -115,5 +59,5 @@ HRESULT CCollectorUtil::GetTvmFileVersion(const std::wstring& sPath, std::wstrin
 
 bool CCollectorUtil::IsModuleFile(const std::wstring& sFileName)
 {
-    return EqualsNoCase(sFileName, L"DEVICE.TVL") || EndsWithNoCase(sFileName, L".TVM");
+    return CModuleVersion::KindOf(sFileName) != CModuleVersion::Kind::None;
 }

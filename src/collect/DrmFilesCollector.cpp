@@ -39,10 +39,16 @@ constexpr struct
 static_assert(sizeof(SHFILEOPSTRUCTW) == 30);
 
 // A list of one path for the shell: each text ends in a NUL, and so does the list. c_str() gives the second one.
-std::wstring PathList(std::wstring sPath)
+std::wstring PathList(const std::wstring& sPath)
+{
+    return sPath + L'\0';
+}
+
+// The path with the separators that the shell wants, and by which the folders above it are found.
+std::wstring ShellPath(std::wstring sPath)
 {
     std::ranges::replace(sPath, L'/', L'\\');
-    return sPath + L'\0';
+    return sPath;
 }
 
 // True when a junction below the folder leads to a folder that is open above it.
@@ -61,18 +67,20 @@ bool LeadsUpwards(CFolderTrail& rTrail, const std::wstring& sDirPath)
 bool IsEndless(const std::wstring& sSource)
 {
     CFolderTrail trail;
-    std::deque<CFolderTrail::CVisit> Above;
     const std::wstring sParent = DirectoryPart(sSource);
+    // What leads to a folder above is found at once, without walking that down to here.
+    std::deque<CFolderTrail::CVisit> Above;
     std::wstring sDirPath = sSource;
-    for (std::wstring sAbove; (sAbove = DirectoryPart(sDirPath)) != sDirPath; sDirPath = sAbove)
-        Above.emplace_back(trail, sAbove);
+    while (DirectoryPart(sDirPath) != sDirPath)
+    {
+        sDirPath = DirectoryPart(sDirPath);
+        Above.emplace_back(trail, sDirPath);
+    }
     std::vector<std::wstring> Names;
     COpdFileHelper::EnumFiles(sSource, Names);
     return std::ranges::any_of(Names, [&](const std::wstring& sName) {
         const std::wstring sPath = EntryPath(sParent, sName);
-        const DWORD dwAttributes = ::GetFileAttributesW(sPath.c_str());
-        return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
-               LeadsUpwards(trail, sPath);
+        return IsFolder(::GetFileAttributesW(sPath.c_str())) && LeadsUpwards(trail, sPath);
     });
 }
 
@@ -80,10 +88,11 @@ HRESULT copyFileOrDirectory(const std::wstring& sSource, const std::wstring& sTa
 {
     CFunctionLog log;
     return log.Run([&]() -> HRESULT {
-        if (IsEndless(sSource))
+        const std::wstring sShellSource = ShellPath(sSource);
+        if (IsEndless(sShellSource))
             return HResultFromWin32(ERROR_CANT_RESOLVE_FILENAME);
-        const std::wstring sFrom = PathList(sSource);
-        const std::wstring sTo = PathList(sTarget);
+        const std::wstring sFrom = PathList(sShellSource);
+        const std::wstring sTo = PathList(ShellPath(sTarget));
         SHFILEOPSTRUCTW Operation{};
         Operation.wFunc = FO_COPY;
         Operation.pFrom = sFrom.c_str();
@@ -135,8 +144,7 @@ void CDrmFilesCollector::AddOldRoots(std::vector<CCopyJob>& rJobs)
     for (const auto& rRoot : OldRoots)
     {
         const std::wstring sPath = sWindows + L".old" + rRoot.pPath;
-        const DWORD dwAttributes = ::GetFileAttributesW(sPath.c_str());
-        if (dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+        if (IsFolder(::GetFileAttributesW(sPath.c_str())))
             rJobs.push_back({ sPath, rRoot.pSuffix });
     }
 }
@@ -147,7 +155,7 @@ void CDrmFilesCollector::RunJob(const CFunctionLog& log, const CCopyJob& rJob, c
     CreateOutputFolder(log, sTarget);
     for (const wchar_t* const pItem : Items)
     {
-        const std::wstring sSource = rJob.sSourceDirPath + L'\\' + pItem;
+        const std::wstring sSource = EntryPath(rJob.sSourceDirPath, pItem);
         Tolerate(log, copyFileOrDirectory(sSource, sTarget), L"copyFileOrDirectory( \"%s\" ) failed.[0x%08X]", sSource);
     }
 }

@@ -29,9 +29,7 @@ HRESULT ReadFolder(const std::wstring& sDirPath, CFolderContents& rContents)
             continue;
         CFileEntry entry{ sName, EntryPath(sDirPath, sName), 0 };
         entry.dwAttributes = ::GetFileAttributesW(entry.sPath.c_str());
-        const bool bFolder = entry.dwAttributes != INVALID_FILE_ATTRIBUTES &&
-                             (entry.dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-        (bFolder ? rContents.Folders : rContents.Files).push_back(std::move(entry));
+        (IsFolder(entry.dwAttributes) ? rContents.Folders : rContents.Files).push_back(std::move(entry));
     }
     return hr;
 }

@@ -5,6 +5,7 @@
 
 #include "collect/CollectorFolders.h"
 #include "collect/CollectorUtil.h"
+#include "collect/StepResult.h"
 #include "log/FunctionLog.h"
 #include "platform/Path.h"
 
@@ -39,9 +40,7 @@ HRESULT CInstallerInfoCollector::Collect(const std::wstring& sOutDirPath)
         for (const auto& rStep : Steps)
         {
             const std::wstring sCsvPath = JoinPath(sOutDirPath, rStep.pFile);
-            const HRESULT hr = rStep.pOutput(sCsvPath);
-            if (FAILED(hr))
-                log.Warning(L"%s( \"%s\" ) failed.[0x%08X]", rStep.pName, sCsvPath, hr);
+            Tolerate(log, rStep.pOutput(sCsvPath), L"%s( \"%s\" ) failed.[0x%08X]", rStep.pName, sCsvPath);
         }
     });
 }

@@ -6,7 +6,7 @@
 #include "platform/Format.h"
 #include "platform/LocalTime.h"
 
-// Local time. A time that means no date is shown as the zero time, and that as zeros where even it means none.
+// Local time. A time that means no date shows as 1601, or as zeros where the zone shifts that out of range.
 inline std::wstring ListedTime(const FILETIME& rTime)
 {
     auto Time = LocalTimeOf(rTime);

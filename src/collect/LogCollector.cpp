@@ -72,7 +72,7 @@ HRESULT CLogCollector::Collect(const std::wstring& sRepositoryDirPath, const std
 
         if (!bSxS)
         {
-            const std::wstring sInstallerDirPath = sOutDirPath + L"\\installer";
+            const std::wstring sInstallerDirPath = EntryPath(sOutDirPath, L"installer");
             if (!FileExists(sInstallerDirPath))
                 CreateOutputFolder(log, sInstallerDirPath,
                                    L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed.[0x%08X]");

@@ -18,13 +18,14 @@ public:
 
 private:
     // Copies the files that match, each named by sPrefix and its own name. A file that cannot be copied costs itself.
-    HRESULT CopyFiles(const std::wstring& sTargetDirPath, const std::wstring& sSourceDirPath,
-                      std::span<const wchar_t* const> Patterns, const std::wstring& sPrefix);
-    HRESULT CollectLogFileFromRepository(const std::wstring& sRepositoryDirPath, const std::wstring& sOutDirPath);
-    HRESULT CollectLogFileFromNuvex(const std::wstring& sNuvexDirPath, const std::wstring& sOutDirPath);
-    HRESULT CollectLogFileFromAppData(const std::wstring& sOutDirPath);
-    HRESULT CollectInstallerLog(const std::wstring& sInstallerDirPath);
-    HRESULT CollectLogFileFromDesktop(const std::wstring& sOutDirPath);
+    static HRESULT CopyFiles(const std::wstring& sTargetDirPath, const std::wstring& sSourceDirPath,
+                             std::span<const wchar_t* const> Patterns, const std::wstring& sPrefix);
+    static HRESULT CollectLogFileFromRepository(const std::wstring& sRepositoryDirPath,
+                                                const std::wstring& sOutDirPath);
+    static HRESULT CollectLogFileFromNuvex(const std::wstring& sNuvexDirPath, const std::wstring& sOutDirPath);
+    static HRESULT CollectLogFileFromAppData(const std::wstring& sOutDirPath);
+    static HRESULT CollectInstallerLog(const std::wstring& sInstallerDirPath);
+    static HRESULT CollectLogFileFromDesktop(const std::wstring& sOutDirPath);
 
     CProgressClient m_Progress;
 };

@@ -1,35 +1,23 @@
 // The Windows firewall, by the interface that the running Windows offers.
 #include "collect/NetworkFirewall.h"
 
-#include <cstring>
-
 #include "collect/NetworkInfoCollector.h"
 #include "collect/StepResult.h"
 #include "platform/ComInit.h"
-#include "platform/Table.h"
+#include "platform/FlagTable.h"
 
 using Microsoft::WRL::ComPtr;
 
 namespace
 {
 
-// An enumeration that the platform filled in may hold any number; as an enumeration it must not even be read then.
-template <typename Enumeration>
-LONG NumberOf(const Enumeration& rValue)
-{
-    static_assert(sizeof rValue == sizeof(LONG));
-    LONG nValue;
-    std::memcpy(&nValue, &rValue, sizeof nValue);
-    return nValue;
-}
-
-constexpr CNameRow<LONG> OldProfileTable[] = {
+constexpr CNameRow<DWORD> OldProfileTable[] = {
     { NET_FW_PROFILE_DOMAIN, L"NET_FW_PROFILE_DOMAIN" },
     { NET_FW_PROFILE_STANDARD, L"NET_FW_PROFILE_STANDARD" },
     { NET_FW_PROFILE_CURRENT, L"NET_FW_PROFILE_CURRENT" },
     { NET_FW_PROFILE_TYPE_MAX, L"NET_FW_PROFILE_TYPE_MAX" },
 };
-constexpr CNameRow<LONG> ActionTable[] = {
+constexpr CNameRow<DWORD> ActionTable[] = {
     { NET_FW_ACTION_BLOCK, L"NET_FW_ACTION_BLOCK" },
     { NET_FW_ACTION_ALLOW, L"NET_FW_ACTION_ALLOW" },
     { NET_FW_ACTION_MAX, L"NET_FW_ACTION_MAX" },
@@ -42,18 +30,7 @@ constexpr CNameRow<LONG> ProfileBits[] = {
 
 std::wstring ProfilesText(LONG nProfiles)
 {
-    if (nProfiles == NET_FW_PROFILE2_ALL)
-        return L"ALL";
-    std::wstring sText;
-    for (const CNameRow<LONG>& rBit : ProfileBits)
-    {
-        if ((nProfiles & rBit.value) == 0)
-            continue;
-        if (!sText.empty())
-            sText += L" + ";
-        sText += rBit.pName;
-    }
-    return sText;
+    return nProfiles == NET_FW_PROFILE2_ALL ? L"ALL" : FlagsText(ProfileBits, nProfiles, L" + ");
 }
 
 // A thread that has another apartment already will do.
@@ -127,7 +104,7 @@ void OutputRule(const CFunctionLog& log, CResultLog& rResultLog, INetFwRule* pRu
     rResultLog.WriteLine(L"--- Firewall is %ls.", EnableText(bEnabled));
     NET_FW_ACTION eAction = NET_FW_ACTION_BLOCK;
     log.Check(pRule->get_Action(&eAction), L"rule->get_Action() failed.[0x%08X]");
-    rResultLog.WriteLine(L"--- Action is %ls.", NameOf(ActionTable, NumberOf(eAction), L""));
+    rResultLog.WriteLine(L"--- Action is %ls.", NameOf(ActionTable, RawNumber(eAction), L""));
 }
 
 void OutputProfile(const CFunctionLog& log, CResultLog& rResultLog, INetFwPolicy2* pPolicy,
@@ -142,10 +119,10 @@ void OutputProfile(const CFunctionLog& log, CResultLog& rResultLog, INetFwPolicy
     NET_FW_ACTION eAction = NET_FW_ACTION_BLOCK;
     log.Check(pPolicy->get_DefaultInboundAction(eProfile, &eAction),
               L"netFwPolicy->get_DefaultInboundAction() failed.[0x%08X]");
-    rResultLog.WriteLine(L"-- DefaultInboundAction is %ls", NameOf(ActionTable, NumberOf(eAction), L""));
+    rResultLog.WriteLine(L"-- DefaultInboundAction is %ls", NameOf(ActionTable, RawNumber(eAction), L""));
     log.Check(pPolicy->get_DefaultOutboundAction(eProfile, &eAction),
               L"netFwPolicy->get_DefaultOutboundAction() failed.[0x%08X]");
-    rResultLog.WriteLine(L"-- DefaultOutboundAction is %ls", NameOf(ActionTable, NumberOf(eAction), L""));
+    rResultLog.WriteLine(L"-- DefaultOutboundAction is %ls", NameOf(ActionTable, RawNumber(eAction), L""));
     log.Check(pPolicy->get_UnicastResponsesToMulticastBroadcastDisabled(eProfile, &bValue),
               L"netFwPolicy->get_UnicastResponsesToMulticastBroadcastDisabled() failed.[0x%08X]");
     rResultLog.WriteLine(L"-- UnicastResponses are %ls", bValue == VARIANT_TRUE ? L"disable" : L"enable");
@@ -178,7 +155,7 @@ HRESULT CNetworkInfoCollector::collectFirewallInfoForXP()
         const CFirewallItems apps(log, firewall.pApps.Get(), AppsFailures);
         m_ResultLog.WriteLine(L"* Windows Firewall Info");
         m_ResultLog.WriteLine(L"** Current Profile Type is %ls",
-                              NameOf(OldProfileTable, NumberOf(firewall.eProfile), L""));
+                              NameOf(OldProfileTable, RawNumber(firewall.eProfile), L""));
         m_ResultLog.WriteLine(L"- Firewall is %ls", EnableText(firewall.bEnabled));
         m_ResultLog.WriteLine(L"-- Application count is %d", apps.nCount);
         apps.ForEach<INetFwAuthorizedApplication>(

@@ -32,8 +32,21 @@ std::wstring DescriptionOf(DWORD dwIndex)
     MIB_IFROW Row{};
     Row.dwIndex = dwIndex;
     ::GetIfEntry(&Row);
-    const std::basic_string<UCHAR> sBytes = FieldText(Row.bDescr);
-    return ToWide({ reinterpret_cast<const char*>(sBytes.data()), sBytes.size() });
+    return ToWide(FieldText(reinterpret_cast<const char(&)[MAXLEN_IFDESCR]>(Row.bDescr)));
+}
+
+// A table of the platform's. Throws when one of the two calls fails, each with its record.
+template <typename Call>
+CSizedRead Fetch(const CFunctionLog& log, const Call& call, CFormat<DWORD> askFailed, CFormat<DWORD> readFailed)
+{
+    CSizedRead table(ERROR_INSUFFICIENT_BUFFER);
+    DWORD dwStatus = table.AskSize(call);
+    if (dwStatus != ERROR_INSUFFICIENT_BUFFER || !table.Allocate())
+        ThrowWin32(log, dwStatus, askFailed);
+    dwStatus = table.Read(call);
+    if (dwStatus != NO_ERROR)
+        ThrowWin32(log, dwStatus, readFailed);
+    return table;
 }
 
 } // namespace
@@ -43,20 +56,14 @@ HRESULT CNetworkInfoCollector::Collect(const std::wstring& sOutDirPath)
     CFunctionLog log;
     return log.Run([&] {
         CreateOutputFolder(log, sOutDirPath);
-        const std::wstring sReport = JoinPath(sOutDirPath, L"NetworkInfo.txt");
-        log.Check(m_ResultLog.Open(sReport, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sReport);
-        Separate();
+        m_ResultLog.OpenOrThrow(log, JoinPath(sOutDirPath, L"NetworkInfo.txt"), true);
+        m_ResultLog.WriteSeparator();
         Tolerate(log, collectIpAddress(), L"collectIpAddress() failed. [0x%08X]");
-        Separate();
+        m_ResultLog.WriteSeparator();
         Tolerate(log, collectWlanInfo(), L"collectWlanInfo() failed. [0x%08X]");
-        Separate();
+        m_ResultLog.WriteSeparator();
         Tolerate(log, collectFirewallInfo(), L"collectFirewallInfo() failed. [0x%08X]");
     });
-}
-
-void CNetworkInfoCollector::Separate()
-{
-    m_ResultLog.WriteLine(L"________________________________________________");
 }
 
 HRESULT CNetworkInfoCollector::collectIpAddress()
@@ -65,28 +72,18 @@ HRESULT CNetworkInfoCollector::collectIpAddress()
     return log.Run([&] {
         m_ResultLog.WriteLine(L"* Network Adaptor Info");
 
-        const auto GetAddresses = [](BYTE* pBuffer, DWORD& rdwSize) {
-            return ::GetIpAddrTable(reinterpret_cast<MIB_IPADDRTABLE*>(pBuffer), &rdwSize, FALSE);
-        };
-        CSizedRead addresses(ERROR_INSUFFICIENT_BUFFER);
-        DWORD dwStatus = addresses.AskSize(GetAddresses);
-        if (dwStatus != ERROR_INSUFFICIENT_BUFFER || !addresses.Allocate())
-            ThrowWin32(log, dwStatus, L"GetIpAddrTable(NULL) failed. [%d]");
-        dwStatus = addresses.Read(GetAddresses);
-        if (dwStatus != NO_ERROR)
-            ThrowWin32(log, dwStatus, L"GetIpAddrTable() failed. [%d]");
-
-        const auto GetInterfaces = [](BYTE* pBuffer, DWORD& rdwSize) {
-            return ::GetInterfaceInfo(reinterpret_cast<IP_INTERFACE_INFO*>(pBuffer), &rdwSize);
-        };
-        CSizedRead interfaces(ERROR_INSUFFICIENT_BUFFER);
-        dwStatus = interfaces.AskSize(GetInterfaces);
-        if (dwStatus != ERROR_INSUFFICIENT_BUFFER || !interfaces.Allocate())
-            ThrowWin32(log, dwStatus, L"GetInterfaceInfo(NULL) failed. [%d]");
-        dwStatus = interfaces.Read(GetInterfaces);
-        if (dwStatus != NO_ERROR)
-            ThrowWin32(log, dwStatus, L"GetInterfaceInfo() failed. [%d]");
-
+        const CSizedRead addresses = Fetch(
+            log,
+            [](BYTE* pBuffer, DWORD& rdwSize) {
+                return ::GetIpAddrTable(reinterpret_cast<MIB_IPADDRTABLE*>(pBuffer), &rdwSize, FALSE);
+            },
+            L"GetIpAddrTable(NULL) failed. [%d]", L"GetIpAddrTable() failed. [%d]");
+        const CSizedRead interfaces = Fetch(
+            log,
+            [](BYTE* pBuffer, DWORD& rdwSize) {
+                return ::GetInterfaceInfo(reinterpret_cast<IP_INTERFACE_INFO*>(pBuffer), &rdwSize);
+            },
+            L"GetInterfaceInfo(NULL) failed. [%d]", L"GetInterfaceInfo() failed. [%d]");
         const auto Addresses = addresses.Rows<MIB_IPADDRROW>(offsetof(MIB_IPADDRTABLE, table), addresses.Count());
         const auto Adapters = interfaces.Rows<IP_ADAPTER_INDEX_MAP>(offsetof(IP_INTERFACE_INFO, Adapter),
                                                                     interfaces.Count());

@@ -12,14 +12,12 @@ class CWlanApi;
 class CNetworkInfoCollector
 {
 public:
-    CNetworkInfoCollector() = default;
     virtual ~CNetworkInfoCollector() = default;
 
     // Each of the three blocks fails by itself: its lines are missing, and the log says why.
     HRESULT Collect(const std::wstring& sOutDirPath);
 
 private:
-    void Separate();
     HRESULT collectIpAddress();
 
     HRESULT collectWlanInfo();

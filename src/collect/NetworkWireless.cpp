@@ -49,22 +49,12 @@ void OutputNetwork(CResultLog& rResultLog, const WLAN_AVAILABLE_NETWORK& rNetwor
     rResultLog.WriteLine(L"--- HasProfile       : %d", rNetwork.dwFlags >> 1 & 1);
     rResultLog.WriteLine(L"--- Profile name     : %ls", FieldText(rNetwork.strProfileName));
     rResultLog.WriteLine(L"--- Auth Algorithm   : %ls",
-                         NameOf(AuthTable, static_cast<DWORD>(rNetwork.dot11DefaultAuthAlgorithm), L""));
+                         NameOf(AuthTable, RawNumber(rNetwork.dot11DefaultAuthAlgorithm), L""));
     rResultLog.WriteLine(L"--- Cipher Algorithm : %ls",
-                         NameOf(CipherTable, static_cast<DWORD>(rNetwork.dot11DefaultCipherAlgorithm), L""));
+                         NameOf(CipherTable, RawNumber(rNetwork.dot11DefaultCipherAlgorithm), L""));
 }
 
 } // namespace
-
-CWlanApi::CWlanApi() : m_hModule(LoadSystemLibrary(L"wlanapi.dll"))
-{
-    const bool bBound = BindFunction(m_hModule, "WlanOpenHandle", OpenHandle) &&
-                        BindFunction(m_hModule, "WlanCloseHandle", CloseHandle) &&
-                        BindFunction(m_hModule, "WlanEnumInterfaces", EnumInterfaces) &&
-                        BindFunction(m_hModule, "WlanGetAvailableNetworkList", GetAvailableNetworkList) &&
-                        BindFunction(m_hModule, "WlanFreeMemory", FreeMemory);
-    m_dwError = StatusOf(bBound);
-}
 
 HRESULT CNetworkInfoCollector::collectWlanInfo()
 {

@@ -1,6 +1,7 @@
 // The wireless service, bound at run time: servers without the wireless feature have no such library.
 #pragma once
 
+#include "platform/HResult.h"
 #include "platform/SystemLibrary.h"
 
 #include <wlanapi.h>
@@ -9,7 +10,14 @@ class CWlanApi
 {
 public:
     // Error is ERROR_SUCCESS when all functions are there; otherwise none may be called.
-    CWlanApi();
+    CWlanApi() : m_hModule(LoadSystemLibrary(L"wlanapi.dll"))
+    {
+        m_dwError = StatusOf(BindFunction(m_hModule, "WlanOpenHandle", OpenHandle) &&
+                             BindFunction(m_hModule, "WlanCloseHandle", CloseHandle) &&
+                             BindFunction(m_hModule, "WlanEnumInterfaces", EnumInterfaces) &&
+                             BindFunction(m_hModule, "WlanGetAvailableNetworkList", GetAvailableNetworkList) &&
+                             BindFunction(m_hModule, "WlanFreeMemory", FreeMemory));
+    }
     DWORD Error() const { return m_dwError; }
 
     decltype(&::WlanOpenHandle) OpenHandle = nullptr;

@@ -34,15 +34,10 @@ HRESULT CProcessInfoCollector::Collect(const std::wstring& sOutDirPath)
     return log.Run([&] {
         const CDebugPrivilege privilege;
         CreateOutputFolder(log, sOutDirPath);
-        OpenReport(log, m_ResultLog, JoinPath(sOutDirPath, L"RunningProcesses.txt"));
-        OpenReport(log, m_DetailLog, JoinPath(sOutDirPath, L"RunningProcessesDetail.txt"));
+        m_ResultLog.OpenOrThrow(log, JoinPath(sOutDirPath, L"RunningProcesses.txt"), true);
+        m_DetailLog.OpenOrThrow(log, JoinPath(sOutDirPath, L"RunningProcessesDetail.txt"), true);
         OutputProcesses(log);
     });
-}
-
-void CProcessInfoCollector::OpenReport(const CFunctionLog& log, CResultLog& rReport, const std::wstring& sPath) const
-{
-    log.Check(rReport.Open(sPath, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sPath);
 }
 
 void CProcessInfoCollector::OutputProcesses(const CFunctionLog& log)

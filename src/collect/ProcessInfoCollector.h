@@ -10,13 +10,14 @@
 class CProcessInfoCollector
 {
 public:
+    // Makes the folder when it is missing. A process that cannot be looked into costs its own modules; a folder, a file
+    // or a list of processes that cannot be had ends the collection.
     HRESULT Collect(const std::wstring& sOutDirPath);
 
     // The right to look into the processes of other accounts.
     static HRESULT EnableDebugPrivilege(bool bEnable);
 
 private:
-    void OpenReport(const CFunctionLog& log, CResultLog& rReport, const std::wstring& sPath) const;
     void OutputProcesses(const CFunctionLog& log);
     void OutputProcess(const PROCESSENTRY32W& rProcess);
     void OutputModules(DWORD dwProcessId);

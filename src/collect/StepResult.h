@@ -1,4 +1,4 @@
-// How a collector goes on after a step that failed, and how it reports the platform's error numbers.
+// How a collector goes on after a step that failed, and how it fails by the platform's error numbers.
 #pragma once
 
 #include "log/FunctionLog.h"
@@ -18,13 +18,4 @@ template <typename... Args>
                              const Args&... args)
 {
     log.Throw<Args..., DWORD>(HResultFromWin32(dwError), format, args..., dwError);
-}
-
-// The status of a call that answers TRUE, or FALSE and a last error.
-[[nodiscard]] inline DWORD StatusOf(BOOL bSucceeded)
-{
-    if (bSucceeded)
-        return ERROR_SUCCESS;
-    const DWORD dwError = ::GetLastError();
-    return dwError != ERROR_SUCCESS ? dwError : ERROR_GEN_FAILURE;
 }

@@ -43,12 +43,11 @@ HRESULT CSystemInfoCollector::Collect(const std::wstring& sOutDirPath, bool bSil
                  L"CSystemInfoCollector::ExecuteSystemInfo( \"%s\", \"%s\" ) failed. [0x%08X]", sSystemDirPath,
                  sOutDirPath);
         if (!bSilent)
-            Tolerate(log, ExecuteMsInfo32(sSystemDirPath, sOutDirPath),
+            Tolerate(log, ExecuteMsInfo32(sOutDirPath),
                      L"CSystemInfoCollector::ExecuteMsInfo32( \"%s\", \"%s\" ) failed. [0x%08X]", sSystemDirPath,
                      sOutDirPath);
 
-        const std::wstring sReport = JoinPath(sOutDirPath, L"Windows.txt");
-        log.Check(Open(sReport, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sReport);
+        OpenOrThrow(log, JoinPath(sOutDirPath, L"Windows.txt"), true);
         OutputSections(log);
 
         Tolerate(log, CNtServiceCollector().Collect(sOutDirPath),
@@ -70,7 +69,7 @@ HRESULT CSystemInfoCollector::ExecuteSystemInfo(const std::wstring& sSystemDirPa
 }
 
 // The tool does not stand in the system folder.
-HRESULT CSystemInfoCollector::ExecuteMsInfo32(const std::wstring&, const std::wstring& sOutDirPath)
+HRESULT CSystemInfoCollector::ExecuteMsInfo32(const std::wstring& sOutDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {

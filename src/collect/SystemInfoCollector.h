@@ -17,7 +17,7 @@ public:
 
 private:
     HRESULT ExecuteSystemInfo(const std::wstring& sSystemDirPath, const std::wstring& sOutDirPath);
-    HRESULT ExecuteMsInfo32(const std::wstring& sSystemDirPath, const std::wstring& sOutDirPath);
+    HRESULT ExecuteMsInfo32(const std::wstring& sOutDirPath);
     void OutputSections(const CFunctionLog& log);
     void BeginSection(UINT32 nPosition, const wchar_t* pProgressText, const wchar_t* pTitle);
 

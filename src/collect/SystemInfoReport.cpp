@@ -14,11 +14,10 @@ namespace
 
 std::wstring SystemDirPath(const CFunctionLog& log)
 {
-    wchar_t aPath[1024] = L"";
-    const UINT nLength = ::GetSystemDirectoryW(aPath, static_cast<UINT>(std::size(aPath)));
-    if (nLength == 0 || nLength >= std::size(aPath))
+    std::wstring sPath = SystemFolder(::GetSystemDirectoryW);
+    if (sPath.empty())
         log.ThrowCode(LastErrorResult(), L"::GetSystemDirectory() failed. [0x%08X]");
-    return aPath;
+    return sPath;
 }
 
 } // namespace

@@ -34,8 +34,7 @@ HRESULT CVlmInfoCollector::Collect(const std::wstring& sRepositoryDirPath, const
     CFunctionLog log;
     return log.Run([&] {
         CreateOutputFolder(log, sOutDirPath, L"COpdDirectoryHelper::CreateDirectoryEx(\"%s\") failed. [0x%08X]");
-        const std::wstring sReportPath = JoinPath(sOutDirPath, L"Velmora.txt");
-        log.Check(Open(sReportPath, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sReportPath);
+        OpenOrThrow(log, JoinPath(sOutDirPath, L"Velmora.txt"), true);
 
         m_Progress.Update(10, L"Collecting Velmora information...");
         WriteSectionHead(L"[Velmora Secure Module]");

@@ -6,7 +6,7 @@
 #include "app/ProgressClient.h"
 #include "log/ResultLog.h"
 
-class CVlmInfoCollector : public CResultLog
+class CVlmInfoCollector : private CResultLog
 {
 public:
     CVlmInfoCollector();

@@ -1,9 +1,11 @@
 // What the registry and the product's own object tell: version, region, area code, patches, services.
+#include "collect/CollectorFolders.h"
 #include "collect/CollectorUtil.h"
 #include "collect/ProductObjects.h"
-#include "collect/StepResult.h"
 #include "collect/VlmInfoCollector.h"
+#include "log/FunctionLog.h"
 #include "platform/ComInit.h"
+#include "platform/HResult.h"
 #include "platform/ObjectRef.h"
 #include "platform/RegKey.h"
 #include "platform/Table.h"
@@ -38,17 +40,6 @@ constexpr struct
 constexpr CFormat<std::wstring, HRESULT> OpenFailed(L"CRegKey::Open( HKEY_LOCAL_MACHINE, \"%s\" ) failed. [0x%08X]");
 constexpr CFormat<const wchar_t*, HRESULT> QueryFailed(L"CRegKey::QueryStringValue( \"%s\" ) failed. [0x%08X]");
 
-// The result code of a registry status.
-HRESULT CodeOf(DWORD dwStatus)
-{
-    return dwStatus == ERROR_SUCCESS ? S_OK : HResultFromWin32(dwStatus);
-}
-
-HRESULT OpenMachineKey(CRegKey& rKey, const std::wstring& sPath)
-{
-    return CodeOf(rKey.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ));
-}
-
 } // namespace
 
 HRESULT CVlmInfoCollector::OutputVelmoraVersion(const std::wstring& sRegistryPath)
@@ -56,10 +47,10 @@ HRESULT CVlmInfoCollector::OutputVelmoraVersion(const std::wstring& sRegistryPat
     CFunctionLog log;
     return log.Run([&] {
         CRegKey reg;
-        CheckTelling(log, OpenMachineKey(reg, sRegistryPath), OpenFailed, sRegistryPath);
+        CheckTelling(log, OpenMachineKey(sRegistryPath, reg), OpenFailed, sRegistryPath);
         const wchar_t* const pName = L"InstallerVersion";
         std::wstring sVersion;
-        CheckTelling(log, CodeOf(reg.QueryStringValue(pName, sVersion, VersionCapacity)), QueryFailed, pName);
+        CheckTelling(log, ResultOf(reg.QueryStringValue(pName, sVersion, VersionCapacity)), QueryFailed, pName);
         WriteLine(L"Version : %s", sVersion);
     });
 }
@@ -85,9 +76,9 @@ HRESULT CVlmInfoCollector::OutputVlmAreaCode(const std::wstring& sRegistryPath)
     return log.Run([&] {
         const std::wstring sPath = sRegistryPath + AreaKey;
         CRegKey reg;
-        CheckTelling(log, OpenMachineKey(reg, sPath), OpenFailed, sPath);
+        CheckTelling(log, OpenMachineKey(sPath, reg), OpenFailed, sPath);
         DWORD dwAreaCode = 0;
-        const HRESULT hr = CodeOf(reg.QueryDwordValue(L"AreaCode", dwAreaCode));
+        const HRESULT hr = ResultOf(reg.QueryDwordValue(L"AreaCode", dwAreaCode));
         if (FAILED(hr))
             Tell(log, hr, L"CRegKey::QueryDWORDValue( \"AreaCode\" ) failed. [0x%08X]");
         WriteLine(L"AreaCode : 0x%08X", dwAreaCode);
@@ -100,18 +91,13 @@ HRESULT CVlmInfoCollector::OutputLimitedPatchVersion()
     return log.Run([&] {
         const std::wstring sUninstall = UninstallPath;
         CRegKey reg;
-        CheckTelling(log, OpenMachineKey(reg, sUninstall), OpenFailed, sUninstall);
+        CheckTelling(log, OpenMachineKey(sUninstall, reg), OpenFailed, sUninstall);
         UINT32 nPatches = 0;
-        wchar_t aName[KeyNameCapacity];
-        DWORD nName = KeyNameCapacity;
-        for (DWORD nIndex = 0;
-             ::RegEnumKeyExW(reg.Get(), nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-             ++nIndex)
+        std::wstring sName;
+        for (DWORD nIndex = 0; EnumSubKey(reg.Get(), nIndex, sName, KeyNameCapacity) == ERROR_SUCCESS; ++nIndex)
         {
-            if (std::wstring_view(aName).starts_with(PatchPrefix) &&
-                OutputPatchName(log, FormatText(L"%s\\%s", sUninstall, aName)))
+            if (sName.starts_with(PatchPrefix) && OutputPatchName(log, FormatText(L"%s\\%s", sUninstall, sName)))
                 ++nPatches;
-            nName = KeyNameCapacity;
         }
         // Also where there are patches and none of them has a name.
         if (nPatches == 0)
@@ -123,7 +109,7 @@ HRESULT CVlmInfoCollector::OutputLimitedPatchVersion()
 bool CVlmInfoCollector::OutputPatchName(const CFunctionLog& log, const std::wstring& sKeyPath)
 {
     CRegKey reg;
-    const HRESULT hrOpen = OpenMachineKey(reg, sKeyPath);
+    const HRESULT hrOpen = OpenMachineKey(sKeyPath, reg);
     if (FAILED(hrOpen))
     {
         Tell(log, hrOpen, OpenFailed, sKeyPath);
@@ -131,7 +117,7 @@ bool CVlmInfoCollector::OutputPatchName(const CFunctionLog& log, const std::wstr
     }
     const wchar_t* const pName = L"DisplayName";
     std::wstring sName;
-    const HRESULT hrName = CodeOf(reg.QueryStringValue(pName, sName, NameCapacity));
+    const HRESULT hrName = ResultOf(reg.QueryStringValue(pName, sName, NameCapacity));
     if (FAILED(hrName))
         Tell(log, hrName, QueryFailed, pName);
     else

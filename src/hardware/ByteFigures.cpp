@@ -1,5 +1,6 @@
 #include "hardware/ByteFigures.h"
 
+#include "log/LineWriter.h"
 #include "platform/Format.h"
 
 std::wstring DigitGroups(ULONGLONG ullBytes)
@@ -16,8 +17,8 @@ std::wstring DigitGroups(ULONGLONG ullBytes)
 std::wstring HexText(std::span<const BYTE> Bytes)
 {
     std::wstring sText;
-    for (const BYTE nByte : Bytes)
-        sText += FormatText(L"%02X ", nByte);
+    for (std::size_t n = 0; n < Bytes.size() && sText.size() <= CLineWriter::MaxText; ++n)
+        sText += FormatText(L"%02X ", Bytes[n]);
     if (!sText.empty())
         sText.pop_back();
     return sText;

@@ -11,12 +11,12 @@
 
 [[nodiscard]] constexpr double Megabytes(ULONGLONG ullBytes)
 {
-    return static_cast<double>(ullBytes) * 0.0009765625 * 0.0009765625;
+    return static_cast<double>(ullBytes) / (1024.0 * 1024.0);
 }
 [[nodiscard]] constexpr double Gigabytes(ULONGLONG ullBytes)
 {
-    return Megabytes(ullBytes) * 0.0009765625;
+    return Megabytes(ullBytes) / 1024.0;
 }
 
-// "0A FF": two digits a byte, one blank apart.
+// "0A FF": two digits a byte, one blank apart. Of more bytes than a line holds there is a text that no line takes.
 [[nodiscard]] std::wstring HexText(std::span<const BYTE> Bytes);

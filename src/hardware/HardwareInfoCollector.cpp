@@ -1,12 +1,13 @@
 // The order of the report, and its sections about the PC, drivers, memory and displays.
 #include "hardware/HardwareInfoCollector.h"
 
+#include "collect/CollectorFolders.h"
 #include "collect/CollectorUtil.h"
+#include "collect/StepResult.h"
 #include "hardware/ByteFigures.h"
 #include "hardware/OpdHardwareList.h"
 #include "hardware/OpdHardwareTree.h"
 #include "hardware/OpdUsbDeviceTree.h"
-#include "opdutility/OpdFileHelper.h"
 #include "platform/FlagTable.h"
 #include "platform/HResult.h"
 #include "platform/Path.h"
@@ -19,17 +20,16 @@ constexpr UINT32 Range = 70;
 constexpr DWORD TextCapacity = 1024; // characters
 
 // GetWindowsDirectoryW or GetSystemDirectoryW.
-std::wstring SystemFolder(const CFunctionLog& log, UINT(WINAPI* pGet)(LPWSTR, UINT), const wchar_t* pName)
+std::wstring RequireSystemFolder(const CFunctionLog& log, UINT(WINAPI* pGet)(LPWSTR, UINT), const wchar_t* pName)
 {
-    wchar_t aPath[TextCapacity];
-    const UINT nLength = pGet(aPath, TextCapacity);
-    if (nLength == 0 || nLength >= TextCapacity)
+    std::wstring sPath = SystemFolder(pGet);
+    if (sPath.empty())
     {
         // The doubled prefix stands in every log of the field.
         const HRESULT hr = LastErrorResult();
         log.Throw(hr, L"%s() failed.[0x%0x%08X]", pName, hr, hr);
     }
-    return aPath;
+    return sPath;
 }
 
 void OpenKey(const CFunctionLog& log, CRegKey& rKey, const wchar_t* pPath)
@@ -67,36 +67,21 @@ bool NextDisplayDevice(const wchar_t* pAdapter, DWORD nIndex, DISPLAY_DEVICEW& r
 
 } // namespace
 
-// The layouts of several Windows generations: on each a part of them is missing, which is an ordinary result.
-const CHardwareInfoCollector::CDriverRow CHardwareInfoCollector::PdDrivers[12] = {
-    { true, L"system32\\drivers\\Qarnel33.sys", L"Qarnel33.sys" },
-    { true, L"system32\\drivers\\Qarnel31.sys", L"Qarnel31.sys" },
-    { true, L"system32\\drivers\\QarnelBus.sys", L"QarnelBus.sys" },
-    { false, L"Dravik01.sys", L"Dravik01.sys" },
-    { true, L"system32\\drivers\\Dravik03.sys", L"Dravik03.sys" },
-    { true, L"iosubsys\\Dravik04.mpd", L"Dravik04.mpd" },
-    { true, L"drivers\\Dravik05.sys", L"Dravik05.sys" },
-    { false, L"drivers\\Dravik06.sys", L"Dravik06.sys" },
-    { false, L"drivers\\Dravik07.sys", L"Dravik07.sys" },
-    { true, L"system32\\drivers\\ostrel.sys", L"ostrel.sys" },
-    { true, L"system32\\drivers\\pimbra.sys", L"pimbra.sys" },
-    { false, L"DRAVIK02.SYS", L"DRAVIK02.SYS" },
+struct CHardwareInfoCollector::CDriverRow
+{
+    bool bInWindows; // the path starts in the Windows folder, else in the system folder
+    const wchar_t* pPath;
+    const wchar_t* pName;
 };
 
-const CHardwareInfoCollector::CDriverRow CHardwareInfoCollector::AspiDrivers[4] = {
-    { false, L"wnaspi32.DLL", L"wnaspi32.DLL" },
-    { true, L"system\\wowpost.exe", L"wowpost.exe" },
-    { true, L"system\\winaspi.dll", L"winaspi.dll" },
-    { false, L"drivers\\aspi32.sys", L"aspi32.sys" },
+struct CHardwareInfoCollector::CStep
+{
+    const wchar_t* pName;
+    HRESULT (CHardwareInfoCollector::*pRun)();
 };
 
 struct CHardwareInfoCollector::CStage
 {
-    struct CStep
-    {
-        const wchar_t* pName;
-        HRESULT (CHardwareInfoCollector::*pRun)();
-    };
     UINT32 nPosition;
     const wchar_t* pText;
     const wchar_t* pSection; // null: the stage writes its own heads, or nothing
@@ -125,25 +110,25 @@ HRESULT CHardwareInfoCollector::Collect(const std::wstring& sDirPath)
     // clang-format on
     CFunctionLog log;
     return log.Run([&] {
-        log.Check(COpdDirectoryHelper::CreateDirectoryExW(sDirPath),
-                  L"COpdDirectoryHelper::CreateDirectoryEx(\"%s\") failed. [0x%08X]", sDirPath);
+        CreateOutputFolder(log, sDirPath, L"COpdDirectoryHelper::CreateDirectoryEx(\"%s\") failed. [0x%08X]");
         m_sDirPath = sDirPath;
-        const std::wstring sReportPath = JoinPath(sDirPath, L"HardwareInfo.txt");
-        log.Check(Open(sReportPath, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sReportPath);
+        OpenOrThrow(log, JoinPath(sDirPath, L"HardwareInfo.txt"), true);
         for (const CStage& rStage : aStages)
         {
             m_Progress.Update(rStage.nPosition, rStage.pText);
             if (rStage.pSection != nullptr)
                 WriteSectionHead(rStage.pSection);
-            for (const CStage::CStep& rStep : { rStage.Step, rStage.Substitute })
-            {
-                const HRESULT hr = rStep.pRun != nullptr ? (this->*rStep.pRun)() : S_OK;
-                if (SUCCEEDED(hr))
-                    break;
-                log.Warning(L"%s() failed.[0x%08X]", rStep.pName, hr);
-            }
+            if (FAILED(RunStep(log, rStage.Step)) && rStage.Substitute.pRun != nullptr)
+                RunStep(log, rStage.Substitute);
         }
     });
+}
+
+HRESULT CHardwareInfoCollector::RunStep(const CFunctionLog& log, const CStep& rStep)
+{
+    const HRESULT hr = (this->*rStep.pRun)();
+    Tolerate(log, hr, L"%s() failed.[0x%08X]", rStep.pName);
+    return hr;
 }
 
 HRESULT CHardwareInfoCollector::OutputPcModelName()
@@ -202,22 +187,43 @@ HRESULT CHardwareInfoCollector::OutputPcModelNumber()
     });
 }
 
+// The layouts of several Windows generations: on each a part of them is missing, which is an ordinary result.
 HRESULT CHardwareInfoCollector::OutputPdDriverInfo()
 {
+    static constexpr CDriverRow Drivers[] = {
+        { true, L"system32\\drivers\\Qarnel33.sys", L"Qarnel33.sys" },
+        { true, L"system32\\drivers\\Qarnel31.sys", L"Qarnel31.sys" },
+        { true, L"system32\\drivers\\QarnelBus.sys", L"QarnelBus.sys" },
+        { false, L"Dravik01.sys", L"Dravik01.sys" },
+        { true, L"system32\\drivers\\Dravik03.sys", L"Dravik03.sys" },
+        { true, L"iosubsys\\Dravik04.mpd", L"Dravik04.mpd" },
+        { true, L"drivers\\Dravik05.sys", L"Dravik05.sys" },
+        { false, L"drivers\\Dravik06.sys", L"Dravik06.sys" },
+        { false, L"drivers\\Dravik07.sys", L"Dravik07.sys" },
+        { true, L"system32\\drivers\\ostrel.sys", L"ostrel.sys" },
+        { true, L"system32\\drivers\\pimbra.sys", L"pimbra.sys" },
+        { false, L"DRAVIK02.SYS", L"DRAVIK02.SYS" },
+    };
     CFunctionLog log;
-    return log.Run([&] { OutputDriverRows(log, PdDrivers); });
+    return log.Run([&] { OutputDriverRows(log, Drivers); });
 }
 
 HRESULT CHardwareInfoCollector::OutputGetAspiVersion()
 {
+    static constexpr CDriverRow Drivers[] = {
+        { false, L"wnaspi32.DLL", L"wnaspi32.DLL" },
+        { true, L"system\\wowpost.exe", L"wowpost.exe" },
+        { true, L"system\\winaspi.dll", L"winaspi.dll" },
+        { false, L"drivers\\aspi32.sys", L"aspi32.sys" },
+    };
     CFunctionLog log;
-    return log.Run([&] { OutputDriverRows(log, AspiDrivers); });
+    return log.Run([&] { OutputDriverRows(log, Drivers); });
 }
 
 void CHardwareInfoCollector::OutputDriverRows(const CFunctionLog& log, std::span<const CDriverRow> Rows)
 {
-    const std::wstring sWindows = SystemFolder(log, ::GetWindowsDirectoryW, L"GetWindowsDirectory");
-    const std::wstring sSystem = SystemFolder(log, ::GetSystemDirectoryW, L"GetSystemDirectory");
+    const std::wstring sWindows = RequireSystemFolder(log, ::GetWindowsDirectoryW, L"GetWindowsDirectory");
+    const std::wstring sSystem = RequireSystemFolder(log, ::GetSystemDirectoryW, L"GetSystemDirectory");
     for (const CDriverRow& rRow : Rows)
         OutputFileVersion(rRow.pName, JoinPath(rRow.bInWindows ? sWindows : sSystem, rRow.pPath));
 }
@@ -293,14 +299,14 @@ HRESULT CHardwareInfoCollector::OutputDeviceList()
     CFunctionLog log;
     return log.Run([&] {
         COpdHardwareTree tree;
-        tree.DumpDeviceTree(m_sDirPath + L"\\DeviceTree-Detail.txt", false);
-        tree.DumpDeviceTree(m_sDirPath + L"\\DeviceTree.txt", true);
+        tree.DumpDeviceTree(EntryPath(m_sDirPath, L"DeviceTree-Detail.txt"), false);
+        tree.DumpDeviceTree(EntryPath(m_sDirPath, L"DeviceTree.txt"), true);
         COpdHardwareList list;
-        list.DumpAllDeviceList(m_sDirPath + L"\\DeviceList-All.txt");
-        list.DumpCurrentDeviceList(m_sDirPath + L"\\DeviceList-Present.txt");
+        list.DumpAllDeviceList(EntryPath(m_sDirPath, L"DeviceList-All.txt"));
+        list.DumpCurrentDeviceList(EntryPath(m_sDirPath, L"DeviceList-Present.txt"));
         list.DumpIndividualDeviceList(m_sDirPath);
         COpdUsbDeviceTree usbTree(COpdUsbDeviceTree::StandardOpenDeviceFunction);
-        usbTree.DumpUsbDeviceTree(m_sDirPath + L"\\UsbDeviceTree-Detail.txt", false);
-        usbTree.DumpUsbDeviceTree(m_sDirPath + L"\\UsbDeviceTree.txt", true);
+        usbTree.DumpUsbDeviceTree(EntryPath(m_sDirPath, L"UsbDeviceTree-Detail.txt"), false);
+        usbTree.DumpUsbDeviceTree(EntryPath(m_sDirPath, L"UsbDeviceTree.txt"), true);
     });
 }

@@ -17,23 +17,18 @@ public:
     // Writes everything into the folder, which is made when missing. A stage that fails costs its own lines only.
     HRESULT Collect(const std::wstring& sDirPath);
 
-    // The drives with their storage, volume and USB data. pDriveIndexes, when given, takes the index (0 for A:) of each
-    // drive that answered.
+    // The drives with their storage, volume and USB data, into the report that the caller has opened. pDriveIndexes,
+    // when given, takes the index (0 for A:) of each drive that answered.
     HRESULT OutputStorageDeviceInfo(std::vector<BYTE>* pDriveIndexes);
 
 private:
+    struct CStep;
     struct CStage;
     struct CVolumeInfo;
     struct CDriveCapacity;
-    struct CDriverRow
-    {
-        bool bInWindows; // the path starts in the Windows folder, else in the system folder
-        const wchar_t* pPath;
-        const wchar_t* pName;
-    };
-    static const CDriverRow PdDrivers[12];
-    static const CDriverRow AspiDrivers[4];
+    struct CDriverRow;
 
+    HRESULT RunStep(const CFunctionLog& log, const CStep& rStep);
     HRESULT OutputPcModelName();
     HRESULT OutputPcModelNumber(); // stands in for a PC without the first key's values
     HRESULT OutputPdDriverInfo();

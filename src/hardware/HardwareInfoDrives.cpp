@@ -3,6 +3,7 @@
 #include "hardware/HardwareInfoCollector.h"
 #include "hardware/HardwareInfoTables.h"
 #include "hardware/OpdStorageDevice.h"
+#include "platform/Drive.h"
 #include "platform/FlagTable.h"
 #include "platform/HResult.h"
 
@@ -12,27 +13,9 @@ namespace
 constexpr BYTE DriveCount = 26;
 constexpr DWORD VolumeTextCapacity = 1024; // characters
 
-wchar_t DriveLetter(BYTE nDriveIndex)
-{
-    return static_cast<wchar_t>(L'A' + nDriveIndex);
-}
-
 std::wstring DriveRoot(BYTE nDriveIndex)
 {
     return FormatText(L"%c:\\", DriveLetter(nDriveIndex));
-}
-
-// The text of a value, or the number where the table has none.
-std::wstring BusTypeText(DWORD dwBusType)
-{
-    const wchar_t* const pName = NameOf(BusTypeTable, dwBusType, nullptr);
-    return pName != nullptr ? std::wstring(pName) : FormatText(L"Undefined (0x%X)", dwBusType);
-}
-
-std::wstring DriveTypeText(UINT nDriveType)
-{
-    const wchar_t* const pName = NameOf(DriveTypeTable, nDriveType, nullptr);
-    return pName != nullptr ? std::wstring(pName) : FormatText(L"Undefined (%d)", nDriveType);
 }
 
 std::wstring TargetPath(const CFunctionLog& log, BYTE nDriveIndex)
@@ -100,10 +83,11 @@ void CHardwareInfoCollector::OutputDrive(const CFunctionLog& log, BYTE nDriveInd
     WriteLine(L"  Revision       : \"%s\"", info.sRevision);
     WriteLine(L"  SerialNumber   : \"%s\"", info.sSerialNumber);
     WriteLine(L"  Removable      : %s", info.bRemovable ? L"Yes" : L"No");
-    WriteLine(L"  BusType        : %s", BusTypeText(info.dwBusType));
+    WriteLine(L"  BusType        : %s", NameOr(BusTypeTable, info.dwBusType, L"Undefined (0x%X)"));
     if (pDriveIndexes != nullptr)
         pDriveIndexes->push_back(nDriveIndex);
-    WriteLine(L"  DriveType      : %s", DriveTypeText(::GetDriveTypeW(DriveRoot(nDriveIndex).c_str())));
+    WriteLine(L"  DriveType      : %s",
+              NameOr(DriveTypeTable, ::GetDriveTypeW(DriveRoot(nDriveIndex).c_str()), L"Undefined (%d)"));
     WriteLine(L"  TargetPath     : \"%s\"", TargetPath(log, nDriveIndex));
     OutputVolume(nDriveIndex);
     if (info.dwBusType == UsbBusType)

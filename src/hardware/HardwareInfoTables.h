@@ -5,7 +5,7 @@
 #include "platform/Win32.h"
 
 // STORAGE_BUS_TYPE.
-constexpr CNameRow<DWORD> BusTypeTable[] = {
+inline constexpr CNameRow<DWORD> BusTypeTable[] = {
     { 0, L"Unknown" },
     { 1, L"SCSI (Small Computer System Interface)" },
     { 2, L"ATAPI (AT Attachment Packet Interface)" },
@@ -23,11 +23,11 @@ constexpr CNameRow<DWORD> BusTypeTable[] = {
     { 14, L"Virtual Storage" },
     { 15, L"Virtual File Backed Storage " }, // the blank is part of the report
 };
-constexpr DWORD UsbBusType = 7;
+inline constexpr DWORD UsbBusType = 7;
 
 // GetDriveTypeW.
 // clang-format off
-constexpr CNameRow<DWORD> DriveTypeTable[] = {
+inline constexpr CNameRow<DWORD> DriveTypeTable[] = {
     { DRIVE_UNKNOWN, L"UNKNOWN" },
     { DRIVE_NO_ROOT_DIR, L"NO ROOT DIR" },
     { DRIVE_REMOVABLE, L"REMOVABLE" },
@@ -36,11 +36,9 @@ constexpr CNameRow<DWORD> DriveTypeTable[] = {
     { DRIVE_CDROM, L"CDROM" },
     { DRIVE_RAMDISK, L"RAMDISK" },
 };
-// clang-format on
 
 // GetVolumeInformationW, in the order of the report.
-// clang-format off
-constexpr CNameRow<DWORD> FileSystemFlagTable[] = {
+inline constexpr CNameRow<DWORD> FileSystemFlagTable[] = {
     { 0x00000002, L"FS_CASE_IS_PRESERVED" },
     { 0x00000001, L"FS_CASE_SENSITIVE" },
     { 0x00000004, L"FS_UNICODE_STORED_ON_DISK" },
@@ -57,7 +55,7 @@ constexpr CNameRow<DWORD> FileSystemFlagTable[] = {
 // clang-format on
 
 // USB classes, of devices and of interfaces.
-constexpr CNameRow<BYTE> UsbClassTextTable[] = {
+inline constexpr CNameRow<BYTE> UsbClassTextTable[] = {
     { 0, L"Use class information in the Interface Descriptors" },
     { 1, L"Audio" },
     { 2, L"Communications and CDC Control" },
@@ -79,9 +77,9 @@ constexpr CNameRow<BYTE> UsbClassTextTable[] = {
     { 254, L"Application Specific" },
     { 255, L"Vendor Specific" },
 };
-constexpr BYTE UsbClassMassStorage = 8;
+inline constexpr BYTE UsbClassMassStorage = 8;
 
-constexpr CNameRow<BYTE> MassStorageSubclassTable[] = {
+inline constexpr CNameRow<BYTE> MassStorageSubclassTable[] = {
     { 0, L"SCSI command set not reported" },
     { 1, L"RBC (Reduced Block Commands)" },
     { 2, L"MMC-5 (ATAPI: Multimedia Commands)" },
@@ -94,7 +92,7 @@ constexpr CNameRow<BYTE> MassStorageSubclassTable[] = {
     { 255, L"Specific to device vendor" },
 };
 
-constexpr CNameRow<BYTE> MassStorageProtocolTable[] = {
+inline constexpr CNameRow<BYTE> MassStorageProtocolTable[] = {
     { 0x00, L"Control/Bulk/Interrupt (CBI) Transport (with command completion interrupt)" },
     { 0x01, L"Control/Bulk/Interrupt (CBI) Transport (with no command completion interrupt)" },
     { 0x02, L"Obsolete" },

@@ -8,6 +8,7 @@
 #include "hardware/HardwareInfoCollector.h"
 #include "hardware/HardwareInfoTables.h"
 #include "hardware/OpdUsbDeviceInfo.h"
+#include "platform/Drive.h"
 #include "platform/WideText.h"
 #include "sptioctl/StdIoCtlStdUtil.h"
 
@@ -20,16 +21,10 @@ constexpr BYTE InquirySize = 0x38;
 
 using CInquiry = std::array<BYTE, InquirySize>;
 
-wchar_t DriveLetter(BYTE nDriveIndex)
-{
-    return static_cast<wchar_t>(L'A' + nDriveIndex);
-}
-
 // A cut of the answer as text: its exact length, up to a zero byte, nothing trimmed.
 std::wstring InquiryText(const CInquiry& rInquiry, std::size_t nStart, std::size_t nLength)
 {
-    const std::string_view sCut(reinterpret_cast<const char*>(rInquiry.data()) + nStart, nLength);
-    return ToWide(sCut.substr(0, sCut.find('\0')));
+    return ToWide(UpToZero({ reinterpret_cast<const char*>(rInquiry.data()) + nStart, nLength }));
 }
 
 void OutputDeviceDescriptor(CResultLog& rReport, const USB_DEVICE_DESCRIPTOR& rDevice,

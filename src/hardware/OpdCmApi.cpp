@@ -104,7 +104,7 @@ HRESULT COpdCmApi::GetDeviceId(DEVINST hNode, std::wstring& rsId)
         std::wstring sId(ulLength + 1, L'\0');
         if (const CONFIGRET cr = ::CM_Get_Device_IDW(hNode, sId.data(), ulLength + 1, 0); cr != CR_SUCCESS)
             log.Fail(E_FAIL, L"::CM_Get_Device_ID( 0x%08X ) failed. [0x%08X]", hNode, cr);
-        rsId = sId.substr(0, sId.find(L'\0'));
+        rsId = UpToZero(sId);
     });
 }
 

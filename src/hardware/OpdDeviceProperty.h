@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Text.h"
 #include "platform/Win32.h"
 
 struct CDeviceProperty
@@ -18,5 +19,5 @@ struct CDeviceProperty
         return { reinterpret_cast<const wchar_t*>(Data.data()), Data.size() / sizeof(wchar_t) };
     }
     // The same up to the first terminator. There need not be one.
-    std::wstring Text() const { return std::wstring(Characters().substr(0, Characters().find(L'\0'))); }
+    std::wstring Text() const { return std::wstring(UpToZero(Characters())); }
 };

@@ -6,6 +6,7 @@
 #include "opdutility/OpdLogFile.h"
 #include "platform/HResult.h"
 #include "platform/LocalTime.h"
+#include "platform/Path.h"
 
 #include <cfgmgr32.h>
 
@@ -17,17 +18,8 @@ constexpr DWORD NumberInSet(ULONG ulNodeNumber)
 {
     return ulNodeNumber - 1;
 }
-constexpr ULONG NodeNumber(DWORD dwNumberInSet)
-{
-    return dwNumberInSet + 1;
-}
 static_assert(NumberInSet(CM_DRP_INSTALL_STATE) == SPDRP_INSTALL_STATE &&
-              NodeNumber(SPDRP_DEVICEDESC) == CM_DRP_DEVICEDESC);
-
-void OpenList(const CFunctionLog& log, COpdLogFile& rFile, const std::wstring& sPath)
-{
-    log.Check(rFile.Open(sPath), L"COpdLogFile::Open( \"%s\" ) failed. [0x%08X]", sPath);
-}
+              NumberInSet(CM_DRP_DEVICEDESC) == SPDRP_DEVICEDESC);
 
 void WriteHead(COpdLogFile& rFile, const SYSTEMTIME& rNow, const std::wstring& sTitle)
 {
@@ -51,26 +43,12 @@ void ForEachDevice(HDEVINFO hSet, const Visit& visit)
     }
 }
 
-template <typename Visit>
-void DumpClasses(const CFunctionLog& log, const std::wstring& sPath, DWORD dwFlags, const wchar_t* pFlags,
-                 const wchar_t* pTitle, const Visit& visit)
-{
-    COpdLogFile file;
-    OpenList(log, file, sPath);
-    WriteHead(file, LocalNow(), pTitle);
-    const CDeviceInfoSet hSet(::SetupDiGetClassDevsW(nullptr, nullptr, nullptr, dwFlags));
-    if (!hSet)
-        log.FailCode(LastErrorResult(), L"::SetupDiGetClassDevs( %s ) failed. [0x%08X]", pFlags);
-    ForEachDevice(hSet.Get(),
-                  [&](SP_DEVINFO_DATA& rDevice, DWORD nIndex) { visit(file, hSet.Get(), rDevice, nIndex); });
-}
-
 } // namespace
 
 HRESULT COpdHardwareList::DumpAllDeviceList(const std::wstring& sPath)
 {
     CFunctionLog log;
-    return log.Run([&] { DumpClasses(log, sPath, DIGCF_ALLCLASSES, L"DIGCF_ALLCLASSES", L"ALL CLASSES", DumpDevice); });
+    return log.Run([&] { DumpClasses(log, sPath, DIGCF_ALLCLASSES, L"DIGCF_ALLCLASSES", L"ALL CLASSES"); });
 }
 
 HRESULT COpdHardwareList::DumpCurrentDeviceList(const std::wstring& sPath)
@@ -78,8 +56,21 @@ HRESULT COpdHardwareList::DumpCurrentDeviceList(const std::wstring& sPath)
     CFunctionLog log;
     return log.Run([&] {
         DumpClasses(log, sPath, DIGCF_ALLCLASSES | DIGCF_PRESENT, L"DIGCF_ALLCLASSES | DIGCF_PRESENT",
-                    L"ALL CLASSES (PRESENT)", DumpDevice);
+                    L"ALL CLASSES (PRESENT)");
     });
+}
+
+void COpdHardwareList::DumpClasses(const CFunctionLog& log, const std::wstring& sPath, DWORD dwFlags,
+                                   const wchar_t* pFlags, const wchar_t* pTitle)
+{
+    COpdLogFile file;
+    file.OpenOrThrow(log, sPath);
+    WriteHead(file, LocalNow(), pTitle);
+    const CDeviceInfoSet hSet(::SetupDiGetClassDevsW(nullptr, nullptr, nullptr, dwFlags));
+    if (!hSet)
+        log.FailCode(LastErrorResult(), L"::SetupDiGetClassDevs( %s ) failed. [0x%08X]", pFlags);
+    ForEachDevice(hSet.Get(),
+                  [&](SP_DEVINFO_DATA& rDevice, DWORD nIndex) { DumpDevice(file, hSet.Get(), rDevice, nIndex); });
 }
 
 HRESULT COpdHardwareList::DumpDeviceListByClassGuid(const GUID& rGuid, const std::wstring& sName,
@@ -100,7 +91,7 @@ HRESULT COpdHardwareList::DumpDeviceListByClassGuid(const GUID& rGuid, const std
         ForEachDevice(hSet.Get(), [&](SP_DEVINFO_DATA& rDevice, DWORD nIndex) {
             if (nIndex == 0)
             {
-                OpenList(log, file, sPath);
+                file.OpenOrThrow(log, sPath);
                 WriteHead(file, Now, L"DEVICE INTERFACE CLASS: " + sName);
             }
             DumpDevice(file, hSet.Get(), rDevice, nIndex);
@@ -114,10 +105,9 @@ HRESULT COpdHardwareList::DumpIndividualDeviceList(const std::wstring& sDirPath)
     return log.Run([&] {
         for (const CInterfaceClass& rClass : InterfaceClasses())
         {
-            DumpDeviceListByClassGuid(rClass.Guid, rClass.pName, FormatText(L"%s\\%s.txt", sDirPath, rClass.pName),
-                                      false);
-            DumpDeviceListByClassGuid(rClass.Guid, rClass.pName,
-                                      FormatText(L"%s\\%s(PRESENT).txt", sDirPath, rClass.pName), true);
+            const std::wstring sPath = EntryPath(sDirPath, rClass.pName);
+            DumpDeviceListByClassGuid(rClass.Guid, rClass.pName, sPath + L".txt", false);
+            DumpDeviceListByClassGuid(rClass.Guid, rClass.pName, sPath + L"(PRESENT).txt", true);
         }
     });
 }
@@ -130,9 +120,8 @@ void COpdHardwareList::DumpDevice(COpdLogFile& rFile, HDEVINFO hSet, SP_DEVINFO_
     {
         CDeviceProperty property;
         COpdHardwareString::CLines Lines;
-        const DWORD dwProperty = NumberInSet(rRow.value);
-        if (SUCCEEDED(GetDeviceRegistryProperty(hSet, rDevice, dwProperty, property)) && !property.Data.empty() &&
-            SUCCEEDED(GetPropertyString(dwProperty, property, Lines)))
+        if (SUCCEEDED(GetDeviceRegistryProperty(hSet, rDevice, NumberInSet(rRow.value), property)) &&
+            !property.Data.empty() && SUCCEEDED(GetPropertyString(rRow.value, property, Lines)))
             WriteProperty(rFile, L"", L"SPDRP_", rRow.pName, Lines);
     }
     rFile.WriteLine(L"");
@@ -145,9 +134,9 @@ HRESULT COpdHardwareList::GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DA
     return log.Run([&] { rProperty = ReadDeviceProperty(log, hSet, rDevice, dwProperty, MissingProperty::Silent); });
 }
 
-HRESULT COpdHardwareList::GetPropertyString(DWORD dwProperty, const CDeviceProperty& rProperty,
+HRESULT COpdHardwareList::GetPropertyString(ULONG ulNodeNumber, const CDeviceProperty& rProperty,
                                             COpdHardwareString::CLines& rLines)
 {
     CFunctionLog log;
-    return log.Run([&] { return FormatProperty(log, NodeNumber(dwProperty), rProperty, rLines); });
+    return log.Run([&] { return FormatProperty(log, ulNodeNumber, rProperty, rLines); });
 }

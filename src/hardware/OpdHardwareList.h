@@ -8,6 +8,7 @@
 
 #include <setupapi.h>
 
+class CFunctionLog;
 class COpdLogFile;
 
 class COpdHardwareList
@@ -23,9 +24,12 @@ public:
     HRESULT DumpIndividualDeviceList(const std::wstring& sDirPath);
 
 private:
+    static void DumpClasses(const CFunctionLog& log, const std::wstring& sPath, DWORD dwFlags, const wchar_t* pFlags,
+                            const wchar_t* pTitle);
     static void DumpDevice(COpdLogFile& rFile, HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD nIndex);
     static HRESULT GetDeviceRegistryProperty(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice, DWORD dwProperty,
                                              CDeviceProperty& rProperty);
-    static HRESULT GetPropertyString(DWORD dwProperty, const CDeviceProperty& rProperty,
+    // By the property's CM_DRP_... number, as the tables have it.
+    static HRESULT GetPropertyString(ULONG ulNodeNumber, const CDeviceProperty& rProperty,
                                      COpdHardwareString::CLines& rLines);
 };

@@ -10,10 +10,6 @@
 
 class COpdLogFile;
 
-// The line that parts the entries of a dump.
-inline constexpr const wchar_t* DumpSeparator =
-    L"__________________________________________________________________________________________________";
-
 // Every property has two numbers: CM_DRP_... for a node, and the one below it, SPDRP_..., for a device of a set. The
 // tables here go by the first and name what both have in common. In the order of the dumps; the last two are known to
 // device sets only.

@@ -30,22 +30,8 @@ DWORD NumberOf(const CFunctionLog& log, const CDeviceProperty& rProperty)
     return ValueOf<DWORD>(rProperty);
 }
 
-// A power state as its number: a device may give one that the platform's type does not have.
-template <typename State>
-DWORD StateNumber(const State& rState)
-{
-    DWORD dwState;
-    static_assert(sizeof rState == sizeof dwState);
-    std::memcpy(&dwState, &rState, sizeof dwState);
-    return dwState;
-}
-
-template <std::size_t N>
-std::wstring NameOrUnknown(const CNameRow<DWORD> (&aTable)[N], DWORD dwValue)
-{
-    const wchar_t* const pName = NameOf(aTable, dwValue, nullptr);
-    return pName != nullptr ? pName : FormatText(L"Unknown (0x%08X)", dwValue);
-}
+// Of a state that the table does not have.
+constexpr CFormat<DWORD> UnknownValue(L"Unknown (0x%08X)");
 
 // The number itself, then a line for each of its bits.
 template <std::size_t N>
@@ -53,14 +39,6 @@ void AppendFlags(const CNameRow<DWORD> (&aTable)[N], DWORD dwValue, COpdHardware
 {
     rLines.push_back(FormatText(L"0x%08X", dwValue));
     ForEachFlag(aTable, dwValue, [&](const wchar_t* pName) { rLines.emplace_back(pName); });
-}
-
-std::wstring PowerCapabilities(DWORD dwCapabilities)
-{
-    std::wstring sText;
-    ForEachFlag(PowerCapabilityNames, dwCapabilities,
-                [&](const wchar_t* pName) { sText.append(sText.empty() ? L"" : L" | ").append(pName); });
-    return sText;
 }
 
 void AppendPowerStates(const CM_POWER_DATA& rPower, COpdHardwareString::CLines& rLines)
@@ -73,11 +51,11 @@ void AppendPowerStates(const CM_POWER_DATA& rPower, COpdHardwareString::CLines& 
     static_assert(std::size(aLabels) == std::size(decltype(rPower.PD_PowerStateMapping){}));
     for (std::size_t n = 0; n < std::size(aLabels); ++n)
         rLines.push_back(aLabels[n] +
-                         NameOrUnknown(DevicePowerStateNames, StateNumber(rPower.PD_PowerStateMapping[n])));
+                         NameOr(DevicePowerStateNames, RawNumber(rPower.PD_PowerStateMapping[n]), UnknownValue));
     // There is no eighth entry. The dumps have always shown the word behind the seven, a system state, as if it were
     // one.
     rLines.push_back(L"PowerState[Maximum]    : " +
-                     NameOrUnknown(DevicePowerStateNames, StateNumber(rPower.PD_DeepestSystemWake)));
+                     NameOr(DevicePowerStateNames, RawNumber(rPower.PD_DeepestSystemWake), UnknownValue));
 }
 
 std::wstring BinaryText(const std::vector<BYTE>& rData)
@@ -90,7 +68,7 @@ void AppendList(std::wstring_view sList, COpdHardwareString::CLines& rLines)
 {
     while (!sList.empty() && sList.front() != L'\0')
     {
-        const std::wstring_view sEntry = sList.substr(0, sList.find(L'\0'));
+        const std::wstring_view sEntry = UpToZero(sList);
         rLines.emplace_back(sEntry);
         sList.remove_prefix(std::min(sEntry.size() + 1, sList.size()));
     }
@@ -118,21 +96,21 @@ HRESULT COpdHardwareString::GetString_DEVICE_POWER_DATA(const CDeviceProperty& r
             log.Fail(E_INVALIDARG, L"ulDataSize != sizeof(CM_POWER_DATA)");
         const auto power = ValueOf<CM_POWER_DATA>(rProperty);
         rLines.push_back(L"MostRecentPowerState: " +
-                         NameOrUnknown(DevicePowerStateNames, StateNumber(power.PD_MostRecentPowerState)));
-        rLines.push_back(L"Capabilities: " + PowerCapabilities(power.PD_Capabilities));
+                         NameOr(DevicePowerStateNames, RawNumber(power.PD_MostRecentPowerState), UnknownValue));
+        rLines.push_back(L"Capabilities: " + FlagsText(PowerCapabilityNames, power.PD_Capabilities, L" | "));
         rLines.push_back(FormatText(L"D1 Latency: %u", power.PD_D1Latency));
         rLines.push_back(FormatText(L"D2 Latency: %u", power.PD_D2Latency));
         rLines.push_back(FormatText(L"D3 Latency: %u", power.PD_D3Latency));
         AppendPowerStates(power, rLines);
         rLines.push_back(L"DeepestSystemWake: " +
-                         NameOrUnknown(SystemPowerStateNames, StateNumber(power.PD_DeepestSystemWake)));
+                         NameOr(SystemPowerStateNames, RawNumber(power.PD_DeepestSystemWake), UnknownValue));
     });
 }
 
 HRESULT COpdHardwareString::GetString_INSTALL_STATE(const CDeviceProperty& rProperty, CLines& rLines)
 {
     CFunctionLog log;
-    return log.Run([&] { rLines.push_back(NameOrUnknown(InstallStateNames, NumberOf(log, rProperty))); });
+    return log.Run([&] { rLines.push_back(NameOr(InstallStateNames, NumberOf(log, rProperty), UnknownValue)); });
 }
 
 HRESULT COpdHardwareString::GetString_Default(const CDeviceProperty& rProperty, CLines& rLines)

@@ -59,9 +59,7 @@ inline constexpr CNameRow<DWORD> PowerCapabilityNames[] = {
     { 0x080, L"WAKE FROM D3 SUPPORTED" },
     { 0x100, L"WARM EJECT SUPPORTED" },
 };
-// clang-format on
 
-// clang-format off
 inline constexpr CNameRow<DWORD> DevicePowerStateNames[] = {
     { 0, L"Unspecified" },
     { 1, L"D0" },
@@ -70,9 +68,7 @@ inline constexpr CNameRow<DWORD> DevicePowerStateNames[] = {
     { 4, L"D3" },
     { 5, L"Maximum" },
 };
-// clang-format on
 
-// clang-format off
 inline constexpr CNameRow<DWORD> SystemPowerStateNames[] = {
     { 0, L"Unspecified" },
     { 1, L"Working" },

@@ -10,12 +10,10 @@
 namespace
 {
 
-// No line is longer, so that a deeper indent need not be made.
-constexpr std::size_t MaxIndent = 2048;
-
+// No line is longer than that, so that a deeper indent need not be made.
 std::wstring IndentOf(std::size_t nDepth)
 {
-    return std::wstring(std::min(nDepth * 6, MaxIndent), L' ');
+    return std::wstring(std::min(nDepth * 6, CLineWriter::MaxText), L' ');
 }
 
 // Depth first, without a recursion that a deep tree could drive out of its stack. Children come before siblings, and
@@ -49,7 +47,7 @@ HRESULT COpdHardwareTree::DumpDeviceTree(const std::wstring& sPath, bool bBrief)
     CFunctionLog log;
     return log.Run([&] {
         COpdLogFile file;
-        log.Check(file.Open(sPath), L"COpdLogFile::Open( \"%s\" ) failed. [0x%08X]", sPath);
+        file.OpenOrThrow(log, sPath);
         WalkTree(RootNode(log), [&](DEVINST hNode, std::size_t nDepth) {
             const std::wstring sIndent = IndentOf(nDepth);
             if (bBrief)

@@ -8,6 +8,7 @@
 #include "platform/GuidText.h"
 #include "platform/HResult.h"
 #include "platform/SizedRead.h"
+#include "platform/Text.h"
 
 namespace
 {
@@ -16,27 +17,19 @@ static_assert(sizeof(SP_DEVINFO_DATA) == 28 && sizeof(SP_DEVICE_INTERFACE_DATA) 
               sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 6);
 
 constexpr DWORD PathOffset = offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath);
-constexpr auto TooSmall = static_cast<DWORD>(HResultFromWin32(ERROR_INSUFFICIENT_BUFFER));
 
-// The status of a call as the sized read takes it; to be asked at once. A failure stays one even without an error
-// number.
-DWORD StatusOf(BOOL bSucceeded, HRESULT hrOtherwise = E_UNEXPECTED)
-{
-    return static_cast<DWORD>(bSucceeded ? S_OK : LastErrorResult(hrOtherwise));
-}
-bool IsSizeTold(DWORD dwStatus)
-{
-    return dwStatus == TooSmall || SUCCEEDED(static_cast<HRESULT>(dwStatus));
-}
+// The sized reads here take result codes for their calls' status: so a failure stays one even without an error number.
+constexpr HRESULT TooSmall = HResultFromWin32(ERROR_INSUFFICIENT_BUFFER);
 
-DWORD NumberOf(HDEVINFO hSet)
+bool IsSizeTold(HRESULT hr)
 {
-    return static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(hSet));
+    return hr == TooSmall || SUCCEEDED(hr);
 }
 
 std::wstring ReadInterfacePath(const CFunctionLog& log, HDEVINFO hSet, SP_DEVICE_INTERFACE_DATA& rInterface,
                                SP_DEVINFO_DATA* pDevice)
 {
+    HRESULT hr = E_UNEXPECTED;
     // Nothing but the size is asked first: the device record is for the call that has a buffer.
     const auto GetDetail = [&](BYTE* pBuffer, DWORD& rdwSize) {
         const DWORD cbHeader = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W);
@@ -44,22 +37,25 @@ std::wstring ReadInterfacePath(const CFunctionLog& log, HDEVINFO hSet, SP_DEVICE
             std::memcpy(pBuffer, &cbHeader, sizeof cbHeader);
         auto* const pDetail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(pBuffer);
         SP_DEVINFO_DATA* const pWanted = pBuffer != nullptr ? pDevice : nullptr;
-        return StatusOf(::SetupDiGetDeviceInterfaceDetailW(hSet, &rInterface, pDetail, rdwSize, &rdwSize, pWanted));
+        hr = ::SetupDiGetDeviceInterfaceDetailW(hSet, &rInterface, pDetail, rdwSize, &rdwSize, pWanted)
+                 ? S_OK
+                 : LastErrorResult();
+        return static_cast<DWORD>(hr);
     };
     constexpr CFormat<HRESULT> failed(L"::SetupDiGetDeviceInterfaceDetail() failed. [0x%08X]");
-    CSizedRead read(TooSmall);
-    if (const DWORD dwStatus = read.AskSize(GetDetail); !IsSizeTold(dwStatus))
-        log.FailCode(static_cast<HRESULT>(dwStatus), failed);
+    CSizedRead read(static_cast<DWORD>(TooSmall));
+    read.AskSize(GetDetail);
+    if (!IsSizeTold(hr))
+        log.FailCode(hr, failed);
     // A size that does not even hold the header is no size.
     if (read.Size() < sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W))
         log.FailCode(E_UNEXPECTED, failed);
     if (!read.Allocate())
         log.Fail(E_OUTOFMEMORY, L"CHeapPtr<UINT8>::AllocateBytes( %u ) failed.", read.Size());
-    if (const auto hr = static_cast<HRESULT>(read.Read(GetDetail)); FAILED(hr))
-        log.FailCode(hr, failed);
+    read.Read(GetDetail);
+    log.Check(hr, failed);
     const auto Path = read.Rows<wchar_t>(PathOffset, read.Size());
-    const std::wstring_view sPath(Path.data(), Path.size());
-    return std::wstring(sPath.substr(0, sPath.find(L'\0')));
+    return std::wstring(UpToZero({ Path.data(), Path.size() }));
 }
 
 } // namespace
@@ -97,7 +93,7 @@ HRESULT COpdSetupDi::GetDevInfoData(HDEVINFO hSet, DWORD nIndex, SP_DEVINFO_DATA
         if (::SetupDiEnumDeviceInfo(hSet, nIndex, &rData))
             return;
         const HRESULT hr = LastErrorResult();
-        log.FailCode(hr, L"::SetupDiEnumDeviceInfo( 0x%08X, %d ) failed. [0x%08X]", NumberOf(hSet), nIndex);
+        log.FailCode(hr, L"::SetupDiEnumDeviceInfo( 0x%08X, %d ) failed. [0x%08X]", HandleToULong(hSet), nIndex);
     });
 }
 
@@ -137,26 +133,26 @@ CDeviceProperty ReadDeviceProperty(const CFunctionLog& log, HDEVINFO hSet, SP_DE
 {
     const bool bTold = eMissing == MissingProperty::Told;
     CDeviceProperty property;
+    HRESULT hr = E_UNEXPECTED;
     DWORD dwStored = 0;
     const auto Get = [&](BYTE* pBuffer, DWORD& rdwSize) {
         const BOOL bSucceeded = ::SetupDiGetDeviceRegistryPropertyW(hSet, &rDevice, dwProperty, &property.ulType,
                                                                     pBuffer, rdwSize, &rdwSize);
-        const DWORD dwStatus = StatusOf(bSucceeded, bTold ? E_UNEXPECTED : E_FAIL);
+        hr = bSucceeded ? S_OK : LastErrorResult(bTold ? E_UNEXPECTED : E_FAIL);
         dwStored = rdwSize;
-        return dwStatus;
+        return static_cast<DWORD>(hr);
     };
     constexpr CFormat<DWORD, HRESULT> failed(L"::SetupDiGetDeviceRegistryProperty( 0x%08X ) failed. [0x%08X]");
-    CSizedRead read(TooSmall);
-    if (const DWORD dwStatus = read.AskSize(Get); !IsSizeTold(dwStatus))
-    {
-        if (!bTold)
-            log.Throw(static_cast<HRESULT>(dwStatus));
-        log.FailCode(static_cast<HRESULT>(dwStatus), failed, dwProperty);
-    }
+    CSizedRead read(static_cast<DWORD>(TooSmall));
+    read.AskSize(Get);
+    if (!IsSizeTold(hr) && !bTold)
+        log.Throw(hr);
+    if (!IsSizeTold(hr))
+        log.FailCode(hr, failed, dwProperty);
     if (!read.Allocate())
         log.Fail(E_OUTOFMEMORY, L"CHeapPtr<UINT8>::AllocateBytes( %u ) failed.", read.Size());
-    if (const auto hr = static_cast<HRESULT>(read.Read(Get)); FAILED(hr))
-        log.FailCode(hr, failed, dwProperty);
+    read.Read(Get);
+    log.Check(hr, failed, dwProperty);
     const auto Stored = read.Rows<BYTE>(0, dwStored);
     property.Data.assign(Stored.begin(), Stored.end());
     return property;
@@ -175,15 +171,15 @@ HRESULT COpdSetupDi::GetDeviceInstanceId(HDEVINFO hSet, SP_DEVINFO_DATA& rDevice
     return log.Run([&] {
         // Sizes are characters here, with the terminator; the system's own limit is one without it.
         DWORD dwLength = 0;
-        const DWORD dwStatus = StatusOf(::SetupDiGetDeviceInstanceIdW(hSet, &rDevice, nullptr, 0, &dwLength));
-        if (!IsSizeTold(dwStatus))
-            log.FailCode(static_cast<HRESULT>(dwStatus), L"::SetupDiGetDeviceInstanceId( 0x%08X ) failed. [0x%08X]",
-                         NumberOf(hSet));
+        constexpr CFormat<DWORD, HRESULT> failed(L"::SetupDiGetDeviceInstanceId( 0x%08X ) failed. [0x%08X]");
+        const BOOL bAsked = ::SetupDiGetDeviceInstanceIdW(hSet, &rDevice, nullptr, 0, &dwLength);
+        if (const HRESULT hr = bAsked ? S_OK : LastErrorResult(); !IsSizeTold(hr))
+            log.FailCode(hr, failed, HandleToULong(hSet));
         if (dwLength > MAX_DEVICE_ID_LEN + 1)
             log.Fail(E_OUTOFMEMORY, L"CHeapPtr<TCHAR>::Allocate( %u ) failed.", dwLength);
         std::wstring sId(dwLength + 1, L'\0');
         if (!::SetupDiGetDeviceInstanceIdW(hSet, &rDevice, sId.data(), dwLength + 1, nullptr))
-            log.FailCode(LastErrorResult(), L"::SetupDiGetDeviceInstanceId( 0x%08X ) failed. [0x%08X]", NumberOf(hSet));
-        rsId = sId.substr(0, sId.find(L'\0'));
+            log.FailCode(LastErrorResult(), failed, HandleToULong(hSet));
+        rsId = UpToZero(sId);
     });
 }

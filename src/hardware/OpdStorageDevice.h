@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "hardware/OpenDevice.h"
+#include "opdutility/OpenDevice.h"
 #include "platform/Win32.h"
 
 struct CStorageDriveInfo

@@ -7,7 +7,9 @@
 #include <optional>
 
 #include "log/FunctionLog.h"
+#include "platform/Allocation.h"
 #include "platform/HResult.h"
+#include "platform/Text.h"
 
 namespace
 {
@@ -43,13 +45,13 @@ public:
         // A name of the system has at most as many bytes as a 16-bit length can tell.
         const DWORD dwLength = std::min<DWORD>(m_dwLength, 0xFFFF + 2 * sizeof(DWORD));
         const std::size_t nBlock = std::max<std::size_t>(dwLength, m_nNameAt) + sizeof(WCHAR);
-        const std::unique_ptr<BYTE[]> pBlock(new (std::nothrow) BYTE[nBlock]());
-        if (!pBlock)
+        std::vector<BYTE> Block;
+        if (!TryResize(Block, nBlock))
             m_log.Throw(E_OUTOFMEMORY, L"CHeapPtr<UINT8>::AllocateBytes( %u ) failed.", nBlock);
-        Send(pBlock.get(), dwLength);
+        Send(Block.data(), dwLength);
         std::wstring sName((nBlock - m_nNameAt) / sizeof(WCHAR), L'\0');
-        std::memcpy(sName.data(), pBlock.get() + m_nNameAt, sName.size() * sizeof(WCHAR));
-        return sName.substr(0, sName.find(L'\0'));
+        std::memcpy(sName.data(), Block.data() + m_nNameAt, sName.size() * sizeof(WCHAR));
+        return std::wstring(UpToZero(sName));
     }
 
 private:

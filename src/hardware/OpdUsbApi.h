@@ -37,8 +37,8 @@ static_assert(sizeof(CUsbPipe) == 11 && sizeof(CUsbConnection) == 365);
 static_assert(offsetof(CUsbConnection, aPipes) == sizeof(USB_NODE_CONNECTION_INFORMATION_EX));
 static_assert(sizeof(USB_NODE_INFORMATION) == 76);
 
-constexpr DWORD UsbNoDeviceConnected = 0;
-constexpr DWORD UsbDeviceConnected = 1;
+inline constexpr DWORD UsbNoDeviceConnected = 0;
+inline constexpr DWORD UsbDeviceConnected = 1;
 
 // Static operations; each gives a result code and keeps no state. Ports count from 1.
 class COpdUsbApi
@@ -58,6 +58,7 @@ public:
     static HRESULT GetStorageDeviceNumber(HANDLE hDevice, DWORD& rdwNumber);
     static HRESULT GetHcdDriverKeyName(HANDLE hController, std::wstring& rsName);
     static HRESULT GetDriverKeyName(HANDLE hHub, DWORD dwPort, std::wstring& rsName);
+    // A hub's name as it stands behind "\\.\" in its device path.
     static HRESULT GetRootHubName(HANDLE hController, std::wstring& rsName);
     static HRESULT GetExternalHubName(HANDLE hHub, DWORD dwPort, std::wstring& rsName);
     static HRESULT GetUsbNodeInformation(HANDLE hHub, USB_NODE_INFORMATION& rInfo);

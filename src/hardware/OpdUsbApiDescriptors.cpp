@@ -1,11 +1,13 @@
 // The descriptors that a hub hands through from the device on one of its ports.
 #include "hardware/OpdUsbApi.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
-#include <new>
 
+#include "collect/StepResult.h"
 #include "log/FunctionLog.h"
+#include "platform/Allocation.h"
 #include "platform/HResult.h"
 #include "platform/Handle.h"
 
@@ -113,10 +115,9 @@ struct CStringReader
             log.Warning(L"The device names more than %u strings.", MaxStrings);
             return false;
         }
-        const HRESULT hr = COpdUsbApi::GetStringDescriptors(hHub, dwPort, nIndex, LanguageIds, rList);
-        if (FAILED(hr))
-            log.Warning(L"COpdUsbApi::GetStringDescriptors( 0x%08X, %u, %s ) failed. [0x%08X]", HandleToULong(hHub),
-                        dwPort, pName, hr);
+        Tolerate(log, COpdUsbApi::GetStringDescriptors(hHub, dwPort, nIndex, LanguageIds, rList),
+                 L"COpdUsbApi::GetStringDescriptors( 0x%08X, %u, %s ) failed. [0x%08X]", HandleToULong(hHub), dwPort,
+                 pName);
         return true;
     }
 
@@ -164,14 +165,9 @@ HRESULT COpdUsbApi::GetConfigDescriptor(HANDLE hHub, DWORD dwPort, BYTE nIndex, 
         const WORD wAgain = AskConfiguration(log, hHub, dwPort, nIndex, Block);
         if (wAgain != wTotal)
             ThrowTotalLength(log, hHub, wAgain);
-        try
-        {
-            rConfiguration.assign(Block.begin() + HeadSize, Block.end());
-        }
-        catch (const std::bad_alloc&)
-        {
+        if (!TryResize(rConfiguration, wTotal))
             log.Throw(E_OUTOFMEMORY, L"ATL::CHeapPtr<UINT8>::AllocateBytes( %d ) failed.", wTotal);
-        }
+        std::ranges::copy(Block.subspan(HeadSize), rConfiguration.begin());
     });
 }
 

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "collect/StepResult.h"
 #include "hardware/OpdCmApi.h"
 #include "hardware/UsbInterfaceWalk.h"
+#include "platform/Drive.h"
 #include "platform/Text.h"
 
 namespace
@@ -15,11 +17,6 @@ constexpr const wchar_t* HubClass = L"F18A0E88-C30C-11D0-8815-00A0C906BED8";
 
 // More ancestors than this no node has.
 constexpr int MaxLevels = 2048;
-
-wchar_t DriveLetter(BYTE nDriveIndex)
-{
-    return static_cast<wchar_t>(L'A' + nDriveIndex);
-}
 
 DEVINST ParentNode(const CFunctionLog& log, DEVINST hNode)
 {
@@ -88,9 +85,8 @@ void ReadDevice(const CFunctionLog& log, HANDLE hHub, DWORD nPort, const USB_DEV
     }
     COpdUsbApi::CStringList strings;
     hr = COpdUsbApi::GetAllStringDescriptors(hHub, nPort, rDevice, Configuration, strings);
-    if (FAILED(hr))
-        log.Warning(L"COpdUsbApi::GetAllStringDescriptors( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub), nPort,
-                    hr);
+    Tolerate(log, hr, L"COpdUsbApi::GetAllStringDescriptors( 0x%08X, %u ) failed. [0x%08X]", HandleToULong(hHub),
+             nPort);
     if (!strings.empty())
     {
         HandOver(rTargets.psManufacturer, FirstTextOf(strings, rDevice.iManufacturer));
@@ -106,7 +102,7 @@ void ReadDevice(const CFunctionLog& log, HANDLE hHub, DWORD nPort, const USB_DEV
 HRESULT COpdUsbDeviceInfo::StandardOpenDeviceFunction(const std::wstring& sPath, HANDLE* phDevice)
 {
     CFunctionLog log;
-    return log.Run([&] { OpenDevicePath(log, sPath, 0, FILE_SHARE_READ | FILE_SHARE_WRITE, phDevice); });
+    return log.Run([&] { OpenDevicePath(log, sPath, 0, FILE_SHARE_READ | FILE_SHARE_WRITE, 0, phDevice); });
 }
 
 HRESULT COpdUsbDeviceInfo::GetUsbDescriptors(BYTE nDriveIndex, USB_DEVICE_DESCRIPTOR& rDevice,
@@ -148,7 +144,7 @@ HRESULT COpdUsbDeviceInfo::GetDeviceNumber(BYTE nDriveIndex, DWORD& rdwNumber) c
 {
     CFunctionLog log;
     return log.Run([&] {
-        const std::wstring sPath = FormatText(L"\\\\.\\%c:", DriveLetter(nDriveIndex));
+        const std::wstring sPath = DriveDevicePath(nDriveIndex);
         log.Check(GetDeviceNumber(sPath, rdwNumber), L"COpdUsbDeviceInfo::GetDeviceNumber( \"%s\" ) failed. [0x%08X]",
                   sPath);
     });
@@ -295,7 +291,6 @@ bool COpdUsbDeviceInfo::IsDeviceOnPort(const CFunctionLog& log, HANDLE hHub, DWO
         return false;
     }
     hr = FindDeviceInstanceIdByDriverKey(sDriverKey, sFound);
-    if (FAILED(hr))
-        log.Warning(L"COpdUsbDeviceInfo::FindDeviceInstanceIdByDriverKey( %s ) failed. [0x%08X]", sDriverKey, hr);
+    Tolerate(log, hr, L"COpdUsbDeviceInfo::FindDeviceInstanceIdByDriverKey( %s ) failed. [0x%08X]", sDriverKey);
     return SUCCEEDED(hr) && EqualsNoCase(sFound, sInstanceId);
 }

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "hardware/OpdUsbApi.h"
-#include "hardware/OpenDevice.h"
+#include "opdutility/OpenDevice.h"
 #include "platform/Handle.h"
 
 #include <cfgmgr32.h>

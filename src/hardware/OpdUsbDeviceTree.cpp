@@ -43,12 +43,27 @@ void ReadPortDescriptors(const CFunctionLog& log, HANDLE hHub, const CUsbPortNod
                    rNode.nPort, hr);
 }
 
+// What is plugged in gives its descriptors back here, before what hangs below it is walked.
+void WritePort(const CFunctionLog& log, HANDLE hHub, DWORD nPort, const CUsbConnection& rConnection,
+               CUsbTreeWriter writer)
+{
+    COpdUsbApi::CStringList strings;
+    std::vector<BYTE> Configuration;
+    CUsbPortNode node{ nPort, {}, {}, rConnection, strings };
+    if (rConnection.dwConnectionStatus != UsbNoDeviceConnected)
+        ReadPortNames(log, hHub, nPort, node);
+    if (rConnection.dwConnectionStatus == UsbDeviceConnected)
+        ReadPortDescriptors(log, hHub, node, Configuration, strings);
+    writer.WritePort(node);
+    writer.WriteConfiguration(log, Configuration, strings);
+}
+
 } // namespace
 
 HRESULT COpdUsbDeviceTree::StandardOpenDeviceFunction(const std::wstring& sPath, HANDLE* phDevice)
 {
     CFunctionLog log;
-    return log.Run([&] { OpenDevicePath(log, sPath, GENERIC_WRITE, FILE_SHARE_WRITE, phDevice); });
+    return log.Run([&] { OpenDevicePath(log, sPath, GENERIC_WRITE, FILE_SHARE_WRITE, 0, phDevice); });
 }
 
 HRESULT COpdUsbDeviceTree::DumpUsbDeviceTree(const std::wstring& sPath, bool bBrief)
@@ -56,7 +71,7 @@ HRESULT COpdUsbDeviceTree::DumpUsbDeviceTree(const std::wstring& sPath, bool bBr
     CFunctionLog log;
     return log.Run([&] {
         COpdLogFile file;
-        log.Check(file.Open(sPath), L"COpdLogFile::Open( \"%s\" ) failed. [0x%08X]", sPath);
+        file.OpenOrThrow(log, sPath);
         CWalk walk{ file, bBrief };
         log.Check(EnumerateUsbHostControllers(walk, 0),
                   L"COpdUsbDeviceTree::EnumerateUsbHostControllers() failed. [0x%08X]");
@@ -158,18 +173,7 @@ void COpdUsbDeviceTree::DumpPort(const CFunctionLog& log, HANDLE hHub, DWORD nPo
                    nPort, hr);
         return;
     }
-    {
-        COpdUsbApi::CStringList strings;
-        std::vector<BYTE> Configuration;
-        CUsbPortNode node{ nPort, {}, {}, *pConnection, strings };
-        if (pConnection->dwConnectionStatus != UsbNoDeviceConnected)
-            ReadPortNames(log, hHub, nPort, node);
-        if (pConnection->dwConnectionStatus == UsbDeviceConnected)
-            ReadPortDescriptors(log, hHub, node, Configuration, strings);
-        CUsbTreeWriter writer(rWalk.rLogFile, rWalk.bBrief, nDepth);
-        writer.WritePort(node);
-        writer.WriteConfiguration(log, Configuration, strings);
-    }
+    WritePort(log, hHub, nPort, *pConnection, CUsbTreeWriter(rWalk.rLogFile, rWalk.bBrief, nDepth));
     if (pConnection->bDeviceIsHub != 0)
         DumpExternalHub(log, hHub, nPort, rWalk, nDepth);
 }

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "hardware/OpenDevice.h"
 #include "hardware/UsbTreeWriter.h"
+#include "opdutility/OpenDevice.h"
 
 class COpdUsbDeviceTree
 {

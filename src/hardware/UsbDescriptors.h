@@ -14,13 +14,13 @@ using CUsbBytes = std::span<const BYTE>;
 
 // Lengths of descriptors. The longer interface has the number of classes behind it, the longer endpoint is that of
 // audio devices.
-constexpr BYTE UsbConfigurationLength = 9;
-constexpr BYTE UsbInterfaceLength = 9;
-constexpr BYTE UsbLongInterfaceLength = 11;
-constexpr BYTE UsbEndpointLength = 7;
-constexpr BYTE UsbAudioEndpointLength = 9;
-constexpr BYTE UsbHidLength = 9; // with one entry
-constexpr BYTE UsbHidDescriptorType = 33;
+inline constexpr BYTE UsbConfigurationLength = 9;
+inline constexpr BYTE UsbInterfaceLength = 9;
+inline constexpr BYTE UsbLongInterfaceLength = 11;
+inline constexpr BYTE UsbEndpointLength = 7;
+inline constexpr BYTE UsbAudioEndpointLength = 9;
+inline constexpr BYTE UsbHidLength = 9; // with one entry
+inline constexpr BYTE UsbHidDescriptorType = 33;
 
 // The little-endian word at that offset; 0 when it does not lie within the bytes.
 [[nodiscard]] WORD UsbWord(CUsbBytes Bytes, std::size_t nOffset);

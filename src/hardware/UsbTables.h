@@ -1,13 +1,11 @@
 // The values that the USB dump names, after the USB specifications and the platform's connection states.
 #pragma once
 
-#include <iterator>
-
 #include "platform/Table.h"
 #include "platform/Win32.h"
 
 // clang-format off
-constexpr CNameRow<DWORD> UsbConnectionStatusTable[] = {
+inline constexpr CNameRow<DWORD> UsbConnectionStatusTable[] = {
     { 0, L"NoDeviceConnected" },
     { 1, L"DeviceConnected" },
     { 2, L"DeviceFailedEnumeration" },
@@ -20,14 +18,14 @@ constexpr CNameRow<DWORD> UsbConnectionStatusTable[] = {
 };
 // clang-format on
 
-constexpr CNameRow<BYTE> UsbSpeedTable[] = {
+inline constexpr CNameRow<BYTE> UsbSpeedTable[] = {
     { 0, L"Low Speed" },
     { 1, L"Full Speed" },
     { 2, L"High Speed" },
     { 3, L"Super Speed" },
 };
 
-constexpr CNameRow<BYTE> UsbInterfaceClassTable[] = {
+inline constexpr CNameRow<BYTE> UsbInterfaceClassTable[] = {
     { 0, L"RESERVED" },
     { 1, L"AUDIO" },
     { 2, L"COMMUNICATIONS" },
@@ -42,7 +40,7 @@ constexpr CNameRow<BYTE> UsbInterfaceClassTable[] = {
 };
 
 // bmAttributes of an endpoint, its lowest two bits.
-constexpr CNameRow<BYTE> UsbTransferTypeTable[] = {
+inline constexpr CNameRow<BYTE> UsbTransferTypeTable[] = {
     { 0, L"Control" },
     { 1, L"Isochronous" },
     { 2, L"Bulk" },
@@ -50,18 +48,18 @@ constexpr CNameRow<BYTE> UsbTransferTypeTable[] = {
 };
 
 // bmAttributes of a configuration.
-constexpr CNameRow<BYTE> UsbPowerFlagTable[] = {
+inline constexpr CNameRow<BYTE> UsbPowerFlagTable[] = {
     { 0x80, L"Bus Powered" },
     { 0x40, L"Self Powered" },
     { 0x20, L"Remote Wakeup" },
 };
 
 // wHubCharacteristics: bits 0 and 1, bits 3 and 4.
-constexpr CNameRow<WORD> UsbPowerSwitchingTable[] = {
+inline constexpr CNameRow<WORD> UsbPowerSwitchingTable[] = {
     { 0, L"Ganged" },
     { 1, L"Individual" },
 };
-constexpr CNameRow<WORD> UsbOverCurrentTable[] = {
+inline constexpr CNameRow<WORD> UsbOverCurrentTable[] = {
     { 0, L"Global" },
     { 1, L"Individual" },
 };

@@ -23,7 +23,7 @@ CUsbTreeWriter::CUsbTreeWriter(COpdLogFile& rLogFile, bool bBrief, unsigned nDep
 
 void CUsbTreeWriter::Separator()
 {
-    Line(L"%s__________________________________________________________________________________________________");
+    Line(L"%s%s", DumpSeparator);
 }
 
 void CUsbTreeWriter::WriteController(const CUsbControllerNode& rNode)

@@ -22,6 +22,7 @@ struct CUsbHubNode
     std::wstring sName;
     USB_HUB_INFORMATION Info;
     HANDLE hDevice;
+    // Never asked for here: the format of the line is fixed, for a caller that has them.
     std::optional<USB_HUB_CAPABILITIES> Capabilities = {};
 };
 

@@ -3,24 +3,14 @@
 
 #include <algorithm>
 
+#include "hardware/ByteFigures.h"
 #include "hardware/UsbTables.h"
 #include "platform/FlagTable.h"
 
 namespace
 {
 
-// A line that gets a longer text than this is refused anyway.
-constexpr std::size_t MaxText = 2048;
-
 constexpr std::size_t BytesPerLine = 16;
-
-std::wstring PowerText(BYTE nAttributes)
-{
-    std::wstring sText;
-    ForEachFlag(UsbPowerFlagTable, nAttributes,
-                [&](const wchar_t* pName) { sText.append(sText.empty() ? L"" : L", ").append(pName); });
-    return sText;
-}
 
 } // namespace
 
@@ -34,7 +24,7 @@ std::wstring UsbTextOf(const COpdUsbApi::CStringList& rStrings, BYTE nIndex)
             continue;
         sText.append(bFirst ? L"" : L", ").append(rString.sText);
         bFirst = false;
-        if (sText.size() > MaxText)
+        if (sText.size() > CLineWriter::MaxText) // the line is refused anyway
             break;
     }
     return sText;
@@ -76,7 +66,7 @@ void CUsbTreeWriter::WriteConfigurationBlock(CUsbBytes Record, const COpdUsbApi:
     Line(L"%s  bNumInterfaces         : 0x%02X", Record[4]);
     Line(L"%s  bConfigurationValue    : 0x%02X", Record[5]);
     Line(L"%s  iConfiguration         : 0x%02X (%s)", Record[6], UsbTextOf(rStrings, Record[6]));
-    Line(L"%s  bmAttributes           : 0x%02X (%s)", Record[7], PowerText(Record[7]));
+    Line(L"%s  bmAttributes           : 0x%02X (%s)", Record[7], FlagsText(UsbPowerFlagTable, Record[7], L", "));
     Line(L"%s  MaxPower               : 0x%02X (%u mA)", Record[8], 2u * Record[8]);
 }
 
@@ -137,9 +127,6 @@ void CUsbTreeWriter::WriteUnknownBlock(CUsbBytes Record)
     for (std::size_t nAt = 0; nAt < Record.size(); nAt += BytesPerLine)
     {
         // The blank behind the last byte stays.
-        std::wstring sBytes;
-        for (const BYTE nByte : Record.subspan(nAt, std::min(BytesPerLine, Record.size() - nAt)))
-            sBytes += FormatText(L"%02X ", nByte);
-        Line(L"%s  %s", sBytes);
+        Line(L"%s  %s ", HexText(Record.subspan(nAt, std::min(BytesPerLine, Record.size() - nAt))));
     }
 }

@@ -19,9 +19,16 @@ struct CLineWriterNames
     const wchar_t* pHandle;
 };
 
+// The line that parts the entries of a dump; wider than that of the reports.
+inline constexpr const wchar_t* DumpSeparator =
+    L"__________________________________________________________________________________________________";
+
 class CLineWriter
 {
 public:
+    // Of a line, in characters, without the terminator.
+    static constexpr std::size_t MaxText = 2047;
+
     CLineWriter(const CLineWriter&) = delete;
     CLineWriter& operator=(const CLineWriter&) = delete;
 
@@ -50,8 +57,6 @@ protected:
     const CLineWriterNames& m_rNames;
 
 private:
-    // In characters, without the terminator.
-    static constexpr std::size_t MaxText = 2047;
     static constexpr std::size_t MaxLineEnd = 2;
 
     CFileHandle m_hFile;

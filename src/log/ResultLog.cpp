@@ -8,9 +8,6 @@ namespace
 
 constexpr CLineWriterNames Names{ "CResultLog::Write", "CResultLog::WriteLine", L"m_File" };
 
-// The width of the line above each section's head.
-constexpr const wchar_t* Underscores = L"________________________________________________";
-
 std::wstring ProgramVersion()
 {
     wchar_t aPath[MAX_PATH] = L"";
@@ -34,17 +31,27 @@ HRESULT CResultLog::Open(const std::wstring& sPath, bool bWriteHeader)
     });
 }
 
+void CResultLog::OpenOrThrow(const CFunctionLog& log, const std::wstring& sPath, bool bWriteHeader)
+{
+    log.Check(Open(sPath, bWriteHeader), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sPath);
+}
+
 void CResultLog::WriteHeader()
 {
     const SYSTEMTIME Now = LocalNow();
-    WriteLine(L"%s", Underscores);
+    WriteSeparator();
     WriteLine(L"[%04u/%02u/%02u %02u:%02u:%02u] Version %s", Now.wYear, Now.wMonth, Now.wDay, Now.wHour, Now.wMinute,
               Now.wSecond, ProgramVersion());
 }
 
+void CResultLog::WriteSeparator()
+{
+    WriteLine(L"________________________________________________");
+}
+
 void CResultLog::WriteSectionHead(const std::wstring& sTitle)
 {
-    WriteLine(L"%s", Underscores);
+    WriteSeparator();
     WriteLine(L"%s", sTitle);
     WriteLine(L"");
 }

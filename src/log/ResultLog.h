@@ -13,6 +13,9 @@ public:
     // program; a header that could not be written is no failure.
     HRESULT Open(const std::wstring& sPath, bool bWriteHeader);
 
+    // The same for a step that cannot go on without the file: throws, with its record.
+    void OpenOrThrow(const CFunctionLog& log, const std::wstring& sPath, bool bWriteHeader);
+
     // As WriteLine, without the line end.
     template <typename... Args>
     HRESULT Write(CFormat<Args...> format, const Args&... args)
@@ -20,7 +23,8 @@ public:
         return WriteText(m_rNames.Write, L"", format.pText, format_detail::Pass(args)...);
     }
 
-    // The three lines that open a section: underscores, the title as it is given, an empty line.
+    void WriteSeparator();
+    // The three lines that open a section: the separator, the title as it is given, an empty line.
     void WriteSectionHead(const std::wstring& sTitle);
 
 private:

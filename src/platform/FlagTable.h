@@ -1,6 +1,8 @@
 // Tables of bits with their texts.
 #pragma once
 
+#include <string>
+
 #include "platform/Table.h"
 
 // Hands the text of each row that shares a bit with the value to put, in the order of the table.
@@ -12,4 +14,14 @@ constexpr void ForEachFlag(const CNameRow<Value> (&aTable)[N], std::type_identit
         if ((value & rRow.value) != 0)
             put(rRow.pName);
     }
+}
+
+// The same texts in a row.
+template <typename Value, std::size_t N>
+std::wstring FlagsText(const CNameRow<Value> (&aTable)[N], std::type_identity_t<Value> value, const wchar_t* pSeparator)
+{
+    std::wstring sText;
+    ForEachFlag(aTable, value,
+                [&](const wchar_t* pName) { sText.append(sText.empty() ? L"" : pSeparator).append(pName); });
+    return sText;
 }

@@ -12,6 +12,21 @@
     return FAILED(hr) ? hr : hrOtherwise;
 }
 
+// The result of a call that answers its status, such as those of the registry.
+[[nodiscard]] constexpr HRESULT ResultOf(DWORD dwStatus)
+{
+    return dwStatus == ERROR_SUCCESS ? S_OK : HResultFromWin32(dwStatus);
+}
+
+// The status of a call that answers TRUE, or FALSE and a last error; to be asked at once.
+[[nodiscard]] inline DWORD StatusOf(BOOL bSucceeded)
+{
+    if (bSucceeded)
+        return ERROR_SUCCESS;
+    const DWORD dwError = ::GetLastError();
+    return dwError != ERROR_SUCCESS ? dwError : ERROR_GEN_FAILURE;
+}
+
 // The calling thread's last error as a result code. Read it at once after the call that failed.
 [[nodiscard]] inline HRESULT LastErrorResult(HRESULT hrOtherwise = E_UNEXPECTED)
 {

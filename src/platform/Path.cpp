@@ -65,6 +65,15 @@ bool FileExists(const std::wstring& sPath)
     return ::GetFileAttributesW(sPath.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
+std::wstring SystemFolder(UINT(WINAPI* pGet)(LPWSTR, UINT))
+{
+    wchar_t aPath[1024] = L"";
+    if (pGet(aPath, static_cast<UINT>(std::size(aPath))) < std::size(aPath))
+        return aPath;
+    ::SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return {};
+}
+
 std::wstring ModulePath()
 {
     std::wstring sPath(1024, L'\0');

@@ -27,6 +27,15 @@
 // True for a file or folder that is there.
 [[nodiscard]] bool FileExists(const std::wstring& sPath);
 
+// True for the attributes of a folder. INVALID_FILE_ATTRIBUTES, whose bits are all set, are none.
+[[nodiscard]] constexpr bool IsFolder(DWORD dwAttributes)
+{
+    return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+// What GetSystemDirectoryW or GetWindowsDirectoryW gives; empty on failure (the last error then says why).
+[[nodiscard]] std::wstring SystemFolder(UINT(WINAPI* pGet)(LPWSTR, UINT));
+
 // The full path of the running program; empty when the platform does not tell it (the last error then says why).
 [[nodiscard]] std::wstring ModulePath();
 // The folder of the running program, without a trailing backslash.

@@ -1,5 +1,7 @@
 #include "platform/RegKey.h"
 
+#include "platform/Text.h"
+
 DWORD CRegKey::Open(HKEY hParent, const std::wstring& sPath, REGSAM dwAccess)
 {
     return static_cast<DWORD>(::RegOpenKeyExW(hParent, sPath.c_str(), 0, dwAccess, m_hKey.Put()));
@@ -19,7 +21,7 @@ DWORD CRegKey::QueryStringValue(const wchar_t* pName, std::wstring& sValue, DWOR
     sData.resize(dwBytes / sizeof(wchar_t));
     if (dwBytes % sizeof(wchar_t) != 0 || (!sData.empty() && sData.back() != L'\0'))
         return ERROR_INVALID_DATA;
-    sValue = sData.substr(0, sData.find(L'\0'));
+    sValue = UpToZero(sData);
     return ERROR_SUCCESS;
 }
 
@@ -36,4 +38,13 @@ DWORD CRegKey::QueryDwordValue(const wchar_t* pName, DWORD& rdwValue) const
         return ERROR_INVALID_DATA;
     rdwValue = dwValue;
     return ERROR_SUCCESS;
+}
+
+DWORD EnumSubKey(HKEY hKey, DWORD nIndex, std::wstring& rsName, DWORD nCapacity, FILETIME* pLastWrite)
+{
+    rsName.assign(nCapacity, L'\0');
+    const auto dwStatus = static_cast<DWORD>(
+        ::RegEnumKeyExW(hKey, nIndex, rsName.data(), &nCapacity, nullptr, nullptr, nullptr, pLastWrite));
+    rsName = UpToZero(rsName);
+    return dwStatus;
 }

@@ -26,3 +26,7 @@ public:
 private:
     CRegKeyHandle m_hKey;
 };
+
+// The name of the subkey with that index, of less than nCapacity characters, and its time where it is wanted.
+[[nodiscard]] DWORD EnumSubKey(HKEY hKey, DWORD nIndex, std::wstring& rsName, DWORD nCapacity,
+                               FILETIME* pLastWrite = nullptr);

@@ -4,16 +4,16 @@
 #include <string>
 
 #include "platform/Handle.h"
+#include "platform/Path.h"
 
 // Null when the library is missing; the last error says why.
 [[nodiscard]] inline CModuleHandle LoadSystemLibrary(const wchar_t* pName)
 {
-    wchar_t aDirPath[MAX_PATH] = L"";
-    const UINT nLength = ::GetSystemDirectoryW(aDirPath, MAX_PATH);
-    if (nLength == 0 || nLength >= MAX_PATH)
+    const std::wstring sDirPath = SystemFolder(::GetSystemDirectoryW);
+    if (sDirPath.empty())
         return {};
     // No path function of the shell: this one also loads the shell.
-    const std::wstring sPath = std::wstring(aDirPath) + L'\\' + pName;
+    const std::wstring sPath = sDirPath + L'\\' + pName;
     return CModuleHandle(::LoadLibraryExW(sPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
 }
 

@@ -21,6 +21,16 @@ inline bool EndsWithNoCase(const std::wstring& sText, std::wstring_view sEnd)
            ::_wcsnicmp(sText.c_str() + (sText.size() - sEnd.size()), sEnd.data(), sEnd.size()) == 0;
 }
 
+// The text up to its first zero; all of it where there is none.
+[[nodiscard]] constexpr std::wstring_view UpToZero(std::wstring_view sText)
+{
+    return sText.substr(0, sText.find(L'\0'));
+}
+[[nodiscard]] constexpr std::string_view UpToZero(std::string_view sText)
+{
+    return sText.substr(0, sText.find('\0'));
+}
+
 // Replaces every occurrence of a text that is not empty in one pass from the left; what a replacement brings in is not
 // looked at again.
 inline void ReplaceAll(std::wstring& rsText, std::wstring_view sWhat, std::wstring_view sBy)

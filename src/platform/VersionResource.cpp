@@ -12,9 +12,10 @@ namespace
 // The size comes out of the file; a resource of that size is none.
 constexpr DWORD MaxSize = 16 * 1024 * 1024;
 
-// The part that the query names; null where there is none, also when no resource was loaded. rnLength is the platform's
-// own count, of bytes or of characters, never more than the bytes that the block holds from there on.
-const void* Part(const std::vector<BYTE>& Data, const wchar_t* pQuery, UINT& rnLength)
+// The part that the query names; null where there is none, also when no resource was loaded, or where it is too short:
+// the last error says why. rnLength is the platform's own count, of bytes or of characters, never more than the bytes
+// that the block holds from there on.
+const void* Part(const std::vector<BYTE>& Data, const wchar_t* pQuery, UINT& rnLength, UINT nAtLeast = 0)
 {
     void* pValue = nullptr;
     if (Data.empty())
@@ -26,10 +27,14 @@ const void* Part(const std::vector<BYTE>& Data, const wchar_t* pQuery, UINT& rnL
         return nullptr;
     const auto* const pStart = static_cast<const BYTE*>(pValue);
     const BYTE* const pEnd = Data.data() + Data.size();
-    if (pStart < Data.data() || pStart > pEnd)
-        return nullptr;
-    rnLength = std::min(rnLength, static_cast<UINT>(pEnd - pStart));
-    return pValue;
+    if (pStart >= Data.data() && pStart <= pEnd)
+    {
+        rnLength = std::min(rnLength, static_cast<UINT>(pEnd - pStart));
+        if (rnLength >= nAtLeast)
+            return pValue;
+    }
+    ::SetLastError(ERROR_INVALID_DATA);
+    return nullptr;
 }
 
 } // namespace
@@ -52,8 +57,8 @@ HRESULT CVersionResource::Load(const std::wstring& sPath)
 std::optional<CVersionResource::CFixed> CVersionResource::Fixed() const
 {
     UINT nLength = 0;
-    const void* const pValue = Part(m_Data, L"\\", nLength);
-    if (pValue == nullptr || nLength < sizeof(VS_FIXEDFILEINFO))
+    const void* const pValue = Part(m_Data, L"\\", nLength, sizeof(VS_FIXEDFILEINFO));
+    if (pValue == nullptr)
         return std::nullopt;
     const auto* const pInfo = static_cast<const VS_FIXEDFILEINFO*>(pValue);
     return CFixed{ pInfo->dwFileVersionMS, pInfo->dwFileVersionLS };
@@ -62,8 +67,8 @@ std::optional<CVersionResource::CFixed> CVersionResource::Fixed() const
 std::optional<CVersionResource::CTranslation> CVersionResource::Translation() const
 {
     UINT nLength = 0;
-    const void* const pValue = Part(m_Data, L"\\VarFileInfo\\Translation", nLength);
-    if (pValue == nullptr || nLength < sizeof(CTranslation))
+    const void* const pValue = Part(m_Data, L"\\VarFileInfo\\Translation", nLength, sizeof(CTranslation));
+    if (pValue == nullptr)
         return std::nullopt;
     return *static_cast<const CTranslation*>(pValue);
 }
@@ -80,7 +85,7 @@ std::optional<std::wstring> CVersionResource::String(CTranslation translation, c
     const auto nHeld = static_cast<std::size_t>(m_Data.data() + m_Data.size() - static_cast<const BYTE*>(pValue)) /
                        sizeof(wchar_t);
     const std::wstring_view sText(static_cast<const wchar_t*>(pValue), std::min<std::size_t>(nLength, nHeld));
-    return std::wstring(sText.substr(0, sText.find(L'\0')));
+    return std::wstring(UpToZero(sText));
 }
 
 std::wstring CVersionResource::FileVersionText() const

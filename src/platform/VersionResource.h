@@ -1,6 +1,7 @@
 // The version resource of a file, read once and asked as often as needed.
 #pragma once
 
+#include <compare>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,8 +14,9 @@ public:
     // The fixed version's two 32-bit numbers.
     struct CFixed
     {
-        DWORD dwMS;
-        DWORD dwLS;
+        DWORD dwMS = 0;
+        DWORD dwLS = 0;
+        constexpr auto operator<=>(const CFixed&) const = default; // the upper number first
     };
     struct CTranslation
     {

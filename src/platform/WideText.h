@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Text.h"
 #include "platform/Win32.h"
 
 // Converts with MultiByteToWideChar, flags 0; empty when that fails.
@@ -23,6 +24,5 @@
 template <typename Char, std::size_t N>
 [[nodiscard]] std::basic_string<Char> FieldText(const Char (&aField)[N])
 {
-    const std::basic_string_view<Char> sField(aField, N);
-    return std::basic_string<Char>(sField.substr(0, sField.find(Char{})));
+    return std::basic_string<Char>(UpToZero(std::basic_string_view<Char>(aField, N)));
 }

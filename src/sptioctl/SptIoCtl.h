@@ -1,7 +1,6 @@
 // SCSI commands to a drive letter through the system's pass-through requests.
 #pragma once
 
-#include <span>
 #include <string>
 
 #include "platform/Handle.h"

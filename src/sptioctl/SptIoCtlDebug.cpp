@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "log/FunctionLog.h"
-#include "platform/HResult.h"
+#include "platform/Drive.h"
 #include "platform/LocalTime.h"
 #include "platform/Path.h"
 #include "sptioctl/SptIoCtl.h"
@@ -66,7 +66,7 @@ CSptIoCtlDebug::CSptIoCtlDebug()
     const std::wstring sPath = JoinPath(ModuleDirPath(), L"log.SCSI");
     if (!FileExists(sPath))
         ::SHCreateDirectoryExW(nullptr, sPath.c_str(), nullptr);
-    m_sLogDirPath = WithTrailingBackslash(sPath);
+    m_sLogDirPath = sPath;
 }
 
 HRESULT CSptIoCtlDebug::SetSptIoCtl(ISptIoCtl* pSptIoCtl)
@@ -92,7 +92,7 @@ HRESULT STDMETHODCALLTYPE CSptIoCtlDebug::Open(BYTE nDriveIndex)
     CFunctionLog log;
     return log.Run([&] {
         ISptIoCtl& rWrapped = Wrapped(log);
-        const wchar_t cLetter = static_cast<wchar_t>(L'A' + nDriveIndex);
+        const wchar_t cLetter = DriveLetter(nDriveIndex);
         log.Trace(L"DriveIndex: \"%d\"(%c:)", nDriveIndex, cLetter);
         log.Check(rWrapped.Open(nDriveIndex), L"ISptIoCtl::Open( %c ) failed. [0x%08X]", cLetter);
     });
@@ -192,7 +192,7 @@ CFileHandle CSptIoCtlDebug::CreateRecord(const std::wstring& sTail)
             continue;
         }
         m_LastTime = Now;
-        return CFileHandle(::CreateFileW((m_sLogDirPath + sName).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+        return CFileHandle(::CreateFileW(EntryPath(m_sLogDirPath, sName).c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                                          FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
     }
     return CFileHandle();

@@ -34,7 +34,7 @@ private:
     void WriteRecord(const std::wstring& sTail, const BYTE* pData, DWORD dwSize);
     CFileHandle CreateRecord(const std::wstring& sTail);
 
-    std::wstring m_sLogDirPath; // with a trailing backslash
+    std::wstring m_sLogDirPath;
     Microsoft::WRL::ComPtr<ISptIoCtl> m_pSptIoCtl;
     SYSTEMTIME m_LastTime{};
     BYTE m_nSequence = 0;

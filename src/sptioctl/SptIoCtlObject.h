@@ -45,7 +45,7 @@ struct CCommand
 class CSptIoCtlObject : public CComObjectT<ISptIoCtl>
 {
 public:
-    // Before anything else is called.
+    // Before anything else is called; fails where there is no lock.
     HRESULT Initialize();
 
     HRESULT STDMETHODCALLTYPE SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,

@@ -45,18 +45,6 @@ constexpr CNameRow<BYTE> SenseKeyLines[] = {
 };
 // clang-format on
 
-template <std::size_t N>
-std::wstring LineOf(const CNameRow<BYTE> (&aTable)[N], BYTE nValue, CFormat<BYTE> otherwise)
-{
-    const wchar_t* const pLine = NameOf(aTable, nValue, nullptr);
-    return pLine != nullptr ? pLine : FormatText(otherwise, nValue);
-}
-
-bool IsMediumNotPresent(const CWireRecord& rRecord)
-{
-    return rRecord.ASC() == 0x3A && rRecord.ASCQ() == 0x00;
-}
-
 } // namespace
 
 void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord& rRecord, bool bSucceeded,
@@ -76,35 +64,8 @@ void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord
     log.Trace(L"  Sense Data:  %d [byte]", rRecord.SenseLength());
     log.Trace(L"  Time Out:    %d [sec]", rSent.dwTimeOut);
     log.Trace(L"  Returned:    %d [byte]", dwReturned);
-    log.Trace(L"%s", LineOf(StatusLines, rRecord.ScsiStatus(), L"Status: [%08Xh] Reserved"));
-    log.Trace(L"%s", LineOf(SenseKeyLines, rRecord.SenseKey(), L"SenseKey: [%08Xh] Unknown"));
-}
-
-void JudgeCommand(const CFunctionLog& log, const CCommand& rCommand, const CWireRecord& rRecord)
-{
-    const BYTE nStatus = rRecord.ScsiStatus();
-    const BYTE nKey = rRecord.SenseKey();
-    log.Trace(L"Status:%d Length:%d / SenseKey:0x%02X ASC:0x%02X ASCQ:0x%02X", nStatus, rRecord.SenseLength(), nKey,
-              rRecord.ASC(), rRecord.ASCQ());
-    *rCommand.sense.pSenseKey = nKey;
-    *rCommand.sense.pASC = rRecord.ASC();
-    *rCommand.sense.pASCQ = rRecord.ASCQ();
-
-    constexpr CFormat<BYTE, BYTE, BYTE, BYTE, BYTE, BYTE, BYTE> Line(
-        L"CDB:%d OPCODE:0x%02X / Status:%d Length:%d / SenseKey:0x%02X ASC:0x%02X ASCQ:0x%02X");
-    if (nKey == 0)
-    {
-        if (nStatus != 0)
-            log.Fail(E_UNEXPECTED, Line, rCommand.nCdbSize, rCommand.pCdb[0], nStatus, rRecord.SenseLength(), nKey,
-                     rRecord.ASC(), rRecord.ASCQ());
-        return;
-    }
-    // A drive without a medium is no event on the buffered road; on the direct one the test stands the other way round,
-    // and logs in the field are read by that.
-    const bool bSilent = nKey == 2 && IsMediumNotPresent(rRecord) != rCommand.bDirect;
-    if (!bSilent)
-        log.Error(Line, rCommand.nCdbSize, rCommand.pCdb[0], nStatus, rRecord.SenseLength(), nKey, rRecord.ASC(),
-                  rRecord.ASCQ());
+    log.Trace(L"%s", NameOr(StatusLines, rRecord.ScsiStatus(), L"Status: [%08Xh] Reserved"));
+    log.Trace(L"%s", NameOr(SenseKeyLines, rRecord.SenseKey(), L"SenseKey: [%08Xh] Unknown"));
 }
 
 } // namespace sptioctl

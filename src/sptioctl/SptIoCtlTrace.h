@@ -1,4 +1,4 @@
-// What a command tells of itself in the trace, and the verdict on it.
+// What a command tells of itself in the trace.
 #pragma once
 
 #include <string>
@@ -20,9 +20,5 @@ struct CSent
 // The group of lines of one request, where the filter lets the class pass at the level of the wire.
 void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord& rRecord, bool bSucceeded,
                   DWORD dwError, DWORD dwReturned);
-
-// Hands out the sense triple and judges the command. Throws E_UNEXPECTED for a bad status without a sense key; whatever
-// else there is to say goes to the log, and the command counts as finished.
-void JudgeCommand(const CFunctionLog& log, const CCommand& rCommand, const CWireRecord& rRecord);
 
 } // namespace sptioctl

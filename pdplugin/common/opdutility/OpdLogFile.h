@@ -9,4 +9,6 @@ public:
     COpdLogFile();
     // Creates or empties the file.
     HRESULT Open(const std::wstring& sPath);
+    // The same for a step that cannot go on without the file: throws, with its record.
+    void OpenOrThrow(const CFunctionLog& log, const std::wstring& sPath);
 };
