@@ -81,7 +81,7 @@ void CKelvarinApp::RunWorker(const CFunctionLog& log)
     log.Check(GetLogFilePath(sLogDirPath, sResultDirPath, sResultFilePath),
               L"CKelvarinApp::GetLogFilePath() failed. [0x%08X]");
     CResultLog resultLog;
-    log.Check(resultLog.Open(sResultFilePath, true), L"CResultLog::Open( \"%s\" ) failed. [0x%08X]", sResultFilePath);
+    resultLog.OpenOrThrow(log, sResultFilePath, true);
 
     m_ProgressDlg.AddClient(m_sClientName, 100, L"Initializing...");
     const std::wstring sModulePath = ModulePath();

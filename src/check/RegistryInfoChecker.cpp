@@ -7,6 +7,7 @@
 #include "check/CheckReport.h"
 #include "platform/Allocation.h"
 #include "platform/RegKey.h"
+#include "platform/Text.h"
 
 namespace
 {
@@ -16,8 +17,7 @@ constexpr DWORD MaxData = 64 * 1024 * 1024; // bytes; a value that claims to be 
 // The data as text, up to the first zero or to their end: registry data need not be terminated.
 std::wstring_view TextOf(const BYTE* pData, DWORD dwBytes)
 {
-    const std::wstring_view sText(reinterpret_cast<const wchar_t*>(pData), dwBytes / sizeof(wchar_t));
-    return sText.substr(0, sText.find(L'\0'));
+    return UpToZero({ reinterpret_cast<const wchar_t*>(pData), dwBytes / sizeof(wchar_t) });
 }
 
 // Text is compared up to its end, the sizes do not count; of all else the sizes count as well.
