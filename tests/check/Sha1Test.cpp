@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "check/Sha1.h"
 #include "platform/Format.h"
 #include "support/TestFolder.h"
@@ -37,11 +39,15 @@ TEST(Sha1, IsThatOfBothFormsAndOfLongFiles)
 // Windows aligns a thread's stack to 4 bytes, Wine by chance to 16: the program would die at the first digest.
 TEST(Sha1, RunsOnAnyStackThatThePlatformGives)
 {
-    static std::string s_sDigest;
+    static UINT32 s_aState[5];
+    static constexpr BYTE Block[64] = { 1, 2, 3 };
+    UINT32 aExpected[5]{};
+    CSha1::PortableTransform(aExpected, Block, 1);
     for (unsigned nShift = 0; nShift < 16; nShift += 4)
     {
-        CallOnShiftedStack([] { s_sDigest = DigestOf(CSha1::BestTransform(), "abc"); }, nShift);
-        EXPECT_EQ(s_sDigest, "a9993e364706816aba3e25717850c26c9cd0d89d");
+        std::ranges::fill(s_aState, 0u);
+        CallOnShiftedStack([] { CSha1::BestTransform()(s_aState, Block, 1); }, nShift);
+        EXPECT_TRUE(std::ranges::equal(s_aState, aExpected)) << nShift;
     }
 }
 

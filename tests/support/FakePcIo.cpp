@@ -30,7 +30,7 @@ DWORD AnswerFrom(const CFakeAnswers& rAnswers, CFakeRequest& rRequest)
     std::string sAnswer(rRequest.In.begin(), rRequest.In.end());
     sAnswer.resize(rRequest.dwCode == Descriptor ? 12 : (it->first.size() - 6) / 3);
     sAnswer += it->second;
-    if (bOld)
+    if (bOld && sAnswer.size() > 23)
         sAnswer[23] = sAnswer[23] == 0;
     rRequest.dwReturned = std::min(sAnswer.size(), rRequest.Out.size());
     std::copy_n(sAnswer.begin(), rRequest.dwReturned, rRequest.Out.begin());
