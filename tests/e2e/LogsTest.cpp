@@ -1,9 +1,7 @@
 // The logs that all processes of a run share.
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <memory>
-#include <regex>
 
 #include <gmock/gmock.h>
 
@@ -12,7 +10,6 @@
 namespace
 {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 // Lines of parent and children would mix, or one of them would not introduce itself.
@@ -48,38 +45,6 @@ TEST(ErrorLog, HoldsWholeLinesAndOneBannerForEachOfEightProcesses)
         std::ranges::count(ByProcess[Runs[0]->Id()],
                            "[CFileInfoChecker::CheckFileInfo] Failed: File is not found.\"C:\\no such folder\\gone\""),
         200);
-}
-
-// Without its trace nobody finds out what the program did on a customer's PC.
-TEST(Trace, ShowsTheScopesOfTheClassThatTheFilterNames)
-{
-    const CInstallation installation("<installchecker><file-infos><directory name='C:\\windows'><file "
-                                     "name='gone'/></directory></file-infos></installchecker>");
-    const std::wstring sTrace = installation.Folder() / L"trace";
-    installation.Folder().Write(
-        L"Kelvarin.log.xml",
-        "<log><FACTORY name='IOutputLogSystemFactory' class='opLogSys::File::COutputLogSystemFactory' autoflush='true' "
-        "location='" +
-            Utf8(sTrace) +
-            "'/><FILTERLIST><FILTER subject='CFileInfoChecker' minLevel='0' maxLevel='10'/></FILTERLIST></log>");
-    EXPECT_EQ(installation.Run(L"-s").dwExitCode, 0u);
-
-    std::vector<std::string> Scopes;
-    for (const auto& rEntry : std::filesystem::directory_iterator(sTrace))
-    {
-        EXPECT_TRUE(std::regex_match(rEntry.path().filename().string(),
-                                     std::regex(R"(Kelvarin-\d{4}-\d\d-\d\d \[\d\d-\d\d-\d\d\](\[\d\d\])?\.log)")));
-        for (const std::string& rLine : ReadLines(rEntry.path().wstring()))
-        {
-            static const std::regex Scope(
-                R"(\[[0-9A-F]{8}\]\[\d{4}/\d\d/\d\d\(\d\d:\d\d:\d\d\.\d{3}\)\]\S* (\w+::\w+\(\)(?: : return .*)?))");
-            if (std::smatch Match; std::regex_match(rLine, Match, Scope))
-                Scopes.push_back(Match[1]);
-        }
-    }
-    EXPECT_THAT(Scopes, ElementsAre("CFileInfoChecker::CheckFileInfos()", "CFileInfoChecker::CheckFileInfo()",
-                                    "CFileInfoChecker::CheckFileInfo() : return 0x80004005 [-2147467259]",
-                                    "CFileInfoChecker::CheckFileInfos() : return 0x00000000 [0]"));
 }
 
 } // namespace

@@ -103,7 +103,8 @@ TEST(Trace, HoldsTheScopesThatPassAndAllRecords)
     EXPECT_EQ(dwExitCode, 0u);
 
     std::string sTrace = FilesBelow(folder / L"trace");
-    sTrace.erase(0, sTrace.find('\n') + 1); // the file's name
+    static const std::regex Name(R"(== Kelvarin-\d{4}-\d\d-\d\d \[\d\d-\d\d-\d\d\](\[\d\d\])?\.log\r\n)");
+    sTrace = std::regex_replace(sTrace, Name, "", std::regex_constants::format_first_only);
     static const std::regex Line(R"(\[([0-9A-F]{8})\]\[\d{4}/\d\d/\d\d\(\d\d:\d\d:\d\d\.\d{3}\)\](.*)\r\n)");
     std::map<std::string, std::string> Threads;
     for (std::sregex_iterator it(sTrace.begin(), sTrace.end(), Line), itEnd; it != itEnd; ++it)
