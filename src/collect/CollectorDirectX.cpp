@@ -106,22 +106,28 @@ void ReadProperty(const CFunctionLog& log, IDxDiagContainer* pContainer, const w
         log.Throw(E_FAIL, L"pDxDiagSystemInfo->GetProp( L\"%s\" ) failed.[0x%08X]", pName, hr);
 }
 
-ComPtr<IDxDiagContainer> SystemInfo(const CFunctionLog& log)
+// The diagnostics from their provider down to the system part. All three live until the last property has been read.
+struct CDiagnostics
 {
     ComPtr<IDxDiagProvider> pProvider;
+    ComPtr<IDxDiagContainer> pRoot, pSystemInfo;
+};
+
+CDiagnostics StartDiagnostics(const CFunctionLog& log)
+{
+    CDiagnostics result;
     log.Check(::CoCreateInstance(CLSID_DxDiagProvider, nullptr, CLSCTX_INPROC_SERVER, IID_IDxDiagProvider,
-                                 reinterpret_cast<void**>(pProvider.GetAddressOf())),
+                                 reinterpret_cast<void**>(result.pProvider.GetAddressOf())),
               L"CoCreateInstance( CLSID_DxDiagProvider ) failed.[0x%08X]");
     DXDIAG_INIT_PARAMS Params{};
     Params.dwSize = sizeof Params;
     Params.dwDxDiagHeaderVersion = DXDIAG_DX9_SDK_VERSION;
-    log.Check(pProvider->Initialize(&Params), L"pDxDiagProvider->Initialize() failed.[0x%08X]");
-    ComPtr<IDxDiagContainer> pRoot;
-    log.Check(pProvider->GetRootContainer(&pRoot), L"pDxDiagProvider->GetRootContainer() failed.[0x%08X]");
-    ComPtr<IDxDiagContainer> pSystemInfo;
-    log.Check(pRoot->GetChildContainer(L"DxDiag_SystemInfo", &pSystemInfo),
+    log.Check(result.pProvider->Initialize(&Params), L"pDxDiagProvider->Initialize() failed.[0x%08X]");
+    log.Check(result.pProvider->GetRootContainer(&result.pRoot),
+              L"pDxDiagProvider->GetRootContainer() failed.[0x%08X]");
+    log.Check(result.pRoot->GetChildContainer(L"DxDiag_SystemInfo", &result.pSystemInfo),
               L"pDxDiagRoot->GetChildContainer( L\"DxDiag_SystemInfo\" ) failed.[0x%08X]");
-    return pSystemInfo;
+    return result;
 }
 
 } // namespace
@@ -153,13 +159,14 @@ HRESULT CCollectorUtil::GetDirectXVersionViaDxDiag(DWORD& rdwMajor, DWORD& rdwMi
     CFunctionLog log;
     return log.Run([&] {
         const COpdComInit com;
-        const ComPtr<IDxDiagContainer> pSystemInfo = SystemInfo(log);
+        const CDiagnostics diagnostics = StartDiagnostics(log);
+        IDxDiagContainer* const pSystemInfo = diagnostics.pSystemInfo.Get();
         CVariant value;
-        ReadProperty(log, pSystemInfo.Get(), L"dwDirectXVersionMajor", VT_UI4, value);
+        ReadProperty(log, pSystemInfo, L"dwDirectXVersionMajor", VT_UI4, value);
         rdwMajor = value.Get().ulVal;
-        ReadProperty(log, pSystemInfo.Get(), L"dwDirectXVersionMinor", VT_UI4, value);
+        ReadProperty(log, pSystemInfo, L"dwDirectXVersionMinor", VT_UI4, value);
         rdwMinor = value.Get().ulVal;
-        ReadProperty(log, pSystemInfo.Get(), L"szDirectXVersionLetter", VT_BSTR, value);
+        ReadProperty(log, pSystemInfo, L"szDirectXVersionLetter", VT_BSTR, value);
         const std::wstring sLetter = value.Text();
         rcLetter = sLetter.empty() ? NoLetter : sLetter.front();
     });

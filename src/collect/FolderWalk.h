@@ -11,7 +11,8 @@ struct CFileEntry
 {
     std::wstring sName;
     std::wstring sPath;
-    DWORD dwAttributes; // INVALID_FILE_ATTRIBUTES when the file has vanished since
+    // Asked once, with those of the whole folder; INVALID_FILE_ATTRIBUTES when the file has vanished by then.
+    DWORD dwAttributes;
 };
 
 // The folders that are open above the present one, by file identity: a junction that points upwards is not entered.

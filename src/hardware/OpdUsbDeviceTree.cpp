@@ -12,7 +12,7 @@
 namespace
 {
 
-// A bus has at most that many devices; a longer chain of hubs is none.
+// A bus has at most that many devices: where many ports name one hub, and its ports another, the walk must end too.
 constexpr std::size_t MaxHubs = 127;
 
 // The name and the description of what is plugged into a port; empty when they cannot be had.
@@ -115,6 +115,7 @@ void COpdUsbDeviceTree::DumpController(const CFunctionLog& log, DWORD nNumber, c
     const HRESULT hr = COpdCmApi::GetDeviceDescByDriverKeyName(node.sDriverKey, node.sDescription);
     log.Check(hr, L"COpdCmApi::GetDeviceDescByDriverKeyName( %s ) failed. [0x%08X]", node.sDriverKey);
     CUsbTreeWriter(rWalk.rLogFile, rWalk.bBrief, nDepth).WriteController(node);
+    rWalk.nHubs = 0;
     log.Check(EnumerateUsbRootHub(sRootHub, rWalk, nDepth + 1),
               L"COpdUsbDeviceTree::EnumerateUsbRootHub( %s ) failed. [0x%08X]", sRootHub);
 }
@@ -136,8 +137,9 @@ void COpdUsbDeviceTree::DumpHub(const CFunctionLog& log, const std::wstring& sNa
 {
     // A hub below itself would be walked for ever.
     const auto IsThis = [&](const std::wstring& sOpen) { return EqualsNoCase(sOpen, sName); };
-    if (rWalk.OpenHubs.size() >= MaxHubs || std::ranges::any_of(rWalk.OpenHubs, IsThis))
+    if (rWalk.nHubs == MaxHubs || std::ranges::any_of(rWalk.OpenHubs, IsThis))
         log.Fail(E_UNEXPECTED, L"The hub \"%s\" cannot stand here.", sName);
+    ++rWalk.nHubs;
 
     const std::wstring sPath = L"\\\\.\\" + sName;
     CFileHandle hHub;

@@ -21,11 +21,12 @@ public:
     HRESULT DumpUsbDeviceTree(const std::wstring& sPath) { return DumpUsbDeviceTree(sPath, true); }
 
 private:
-    // One dump: where it goes, and the hubs on the way from the controller to where it is.
+    // One dump: where it goes, the hubs of its controller so far, and those on the way to where it is.
     struct CWalk
     {
         COpdLogFile& rLogFile;
         bool bBrief;
+        std::size_t nHubs = 0;
         std::vector<std::wstring> OpenHubs = {};
     };
 

@@ -37,23 +37,10 @@ std::wstring BarBefore(const wchar_t* pMessage)
     return aLine;
 }
 
-// A group holds the file's lock: it must end even where its line cannot be made.
-class CGroup
-{
-public:
-    explicit CGroup(ILog& rLog) : m_rLog(rLog) { m_rLog.BeginGroup(); }
-    ~CGroup() { m_rLog.EndGroup(); }
-    CGroup(const CGroup&) = delete;
-    CGroup& operator=(const CGroup&) = delete;
-
-private:
-    ILog& m_rLog;
-};
-
-// Each line is a group of its own: that is what a file with autoflush flushes at.
+// Each line is a group, which ends with the group that it is part of: there a file with autoflush flushes.
 void WriteTrace(ILog& rLog, const std::wstring& sLine)
 {
-    const CGroup group(rLog);
+    const Common::CGroupScope group(rLog);
     rLog.WriteNow(sLine.c_str());
 }
 
@@ -76,6 +63,11 @@ void opLogSys::WriteRecord(const CRecord& rRecord, const wchar_t* pFormat, ...)
         pLogSystem->WriteErrorLog(aLine);
         WriteTrace(*pLogSystem->GetThreadLog().Get(), BarBefore(aMessage));
     });
+}
+
+opLogSys::Common::CGroupScope CFunctionLog::TraceGroup() const
+{
+    return Common::CGroupScope(*m_pTrace);
 }
 
 bool CFunctionLog::IsTraceOn()

@@ -30,6 +30,10 @@
 namespace opLogSys
 {
 class ILog;
+namespace Common
+{
+class CGroupScope;
+}
 
 // What kind of event a record is. The marker is kept in the record; neither stream prints it.
 enum class Marker
@@ -221,6 +225,8 @@ public:
         if (IsActive())
             TraceLine(format.pText, format_detail::Pass(args)...);
     }
+    // The lines traced while it lives stay together. In an active scope only.
+    opLogSys::Common::CGroupScope TraceGroup() const;
 
     // True when the filter has entries; computed once for the process.
     static bool IsTraceOn();

@@ -206,5 +206,18 @@ private:
     ILogIO& m_rOutput;
 };
 
+// ILog's BeginGroup and EndGroup as a scope. A group holds the output: it must end even where a line cannot be made.
+class CGroupScope
+{
+public:
+    explicit CGroupScope(ILog& rLog) : m_rLog(rLog) { m_rLog.BeginGroup(); }
+    ~CGroupScope() { m_rLog.EndGroup(); }
+    CGroupScope(const CGroupScope&) = delete;
+    CGroupScope& operator=(const CGroupScope&) = delete;
+
+private:
+    ILog& m_rLog;
+};
+
 } // namespace Common
 } // namespace opLogSys

@@ -26,10 +26,11 @@ public:
     }
     DWORD Size() const { return m_dwSize; }
 
-    // A zeroed block of that size; false when there is no memory, or for a size that no answer can have.
+    // A zeroed block of that size; false when there is no memory, or for a size that no answer can have. Behind its end
+    // there is room for the zero with which a platform may end an unterminated text.
     bool Allocate()
     {
-        m_pData.reset(m_dwSize <= MaxSize ? new (std::nothrow) BYTE[m_dwSize]() : nullptr);
+        m_pData.reset(m_dwSize <= MaxSize ? new (std::nothrow) BYTE[m_dwSize + sizeof(wchar_t)]() : nullptr);
         return m_pData != nullptr;
     }
     // Answers the status of the last call. Data that has grown since the size was told is asked for again, a few times.

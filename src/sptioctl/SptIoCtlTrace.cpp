@@ -1,5 +1,6 @@
 #include "sptioctl/SptIoCtlTrace.h"
 
+#include "log/LogInterfaces.h"
 #include "platform/Table.h"
 
 namespace sptioctl
@@ -52,6 +53,7 @@ void TraceRequest(const CFunctionLog& log, const CSent& rSent, const CWireRecord
 {
     if (!log.IsActive() || !CFunctionLog::IsTarget(L"CSptIoCtl", WireLevel))
         return;
+    const auto group = log.TraceGroup();
     const CCommand& rCommand = rSent.rCommand;
     // Both forms name the buffered request here.
     log.Trace(L"DeviceIoControl( IOCTL_SCSI_PASS_THROUGH ) %s. [%d]", bSucceeded ? L"succeeded" : L"failed", dwError);

@@ -8,13 +8,13 @@
 namespace
 {
 
-// The children read these lines: each blank, quote and folder is part of what they do. A child that fails costs its own
-// line; the series goes on.
+// The children read these lines: each blank, quote and folder is part of what they do. A child that fails, or cannot be
+// started, costs its own lines; the series goes on.
 TEST(CollectInfoManager, StartsEachChildWithItsLine)
 {
     std::string sLeft;
     for (const auto& [bSilent, pSxsId, pNuvex, pFailing] : { std::tuple(false, L"__None__", L"C:\\nuvex\\", "no child"),
-                                                             { true, L"other", L"D:\\", "no child" },
+                                                             { true, L"other", L"D:\\", "-collect:asio" },
                                                              { true, L"", L"", "-collect:driver" } })
     {
         CConfigFile config;
@@ -28,9 +28,11 @@ TEST(CollectInfoManager, StartsEachChildWithItsLine)
             "CreateProcessW", [&](auto, auto pLine, auto... others) {
                 progress.Seen() += "> " + Utf8(pLine) + "\r\n";
                 dwCode = Utf8(pLine).find(pFailing) != std::string::npos ? 0x80004005 : 0;
+                if (dwCode != 0 && bSilent && pSxsId[0] != L'\0')
+                    return FailedCall(ERROR_FILE_NOT_FOUND);
                 // A process that has ended.
                 std::get<7>(std::tuple(others...))->hProcess = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
-                return TRUE;
+                return true;
             });
         const auto exitCode = FakeImport<decltype(::GetExitCodeProcess)>("GetExitCodeProcess", [&](auto, auto pdwCode) {
             *pdwCode = dwCode;

@@ -4,7 +4,9 @@
 #include <tlhelp32.h>
 
 #include <regex>
+#include <sstream>
 
+#include "collect/CollectorUtil.h"
 #include "collect/CollectorUtilFakes.h"
 #include "collect/NtServiceCollector.h"
 #include "collect/ProcessInfoCollector.h"
@@ -52,6 +54,39 @@ TEST(SystemInfoCollector, WritesTheReport)
     ExpectGolden(L"collect/Windows.txt", sReport + sTools, folder.Path());
     for (const wchar_t* const pName : { L"NtService.txt", L"RunningProcesses.txt", L"NetworkInfo.txt" })
         EXPECT_TRUE(FileExists(folder / (std::wstring(L"new\\out\\") + pName))) << Utf8(pName);
+}
+
+// Without its diagnostics the PC's DirectX is told by the versions of its files: a threshold that is off by one, or a
+// row in another's place, names another one. Each line of the document is a PC.
+TEST(DirectX, IsToldByTheVersionsOfItsFiles)
+{
+    const auto diagnostics = FakeImport<decltype(::CoCreateInstance)>("CoCreateInstance",
+                                                                      [](auto...) { return REGDB_E_CLASSNOTREG; });
+    std::istringstream Lines(Document(L"collect/DirectX.lines"));
+    std::string sAll;
+    for (std::string sLine; std::getline(Lines, sLine);)
+    {
+        const CFakeVersions versions([&](const std::wstring& sPath, const std::wstring& sQuery) {
+            std::wstring sFixed(sizeof(VS_FIXEDFILEINFO) / 2, L'\0');
+            const std::size_t nAt = sLine.find(Utf8(FileNamePart(sPath)) + '=');
+            if (nAt == sLine.npos || sQuery != L"\\")
+                return std::wstring();
+            std::istringstream Numbers(sLine.substr(sLine.find('=', nAt) + 1));
+            for (const std::size_t n : { 5u, 4u, 7u, 6u })
+            {
+                unsigned nNumber = 0;
+                Numbers >> nNumber;
+                Numbers.ignore();
+                sFixed[n] = static_cast<wchar_t>(nNumber);
+            }
+            return sFixed;
+        });
+        DWORD dwVersion = 0;
+        std::wstring sVersion;
+        EXPECT_EQ(CCollectorUtil::GetDXVersion(dwVersion, sVersion), S_OK);
+        sAll += sLine + ": " + Utf8(FormatText(L"%08X %s\r\n", dwVersion, sVersion));
+    }
+    ExpectGolden(L"collect/DirectX.txt", sAll, L"");
 }
 
 wchar_t* Text(const wchar_t* pText)

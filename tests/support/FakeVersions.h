@@ -1,6 +1,7 @@
 // Version resources as a test tells them, for as long as the object lives. One at a time.
 #pragma once
 
+#include <cwchar>
 #include <functional>
 #include <string>
 
@@ -30,7 +31,7 @@ private:
     {
         auto* const pPath = static_cast<wchar_t*>(const_cast<void*>(pBlock));
         const std::wstring sText = s_Tell(pPath, pQuery);
-        *ppValue = ::lstrcpyW(pPath + BlockSize / 4, sText.c_str());
+        *ppValue = std::wmemcpy(pPath + BlockSize / 4, sText.c_str(), sText.size() + 1);
         *pnLength = 2 * (sText.size() + 1);
         return sText.empty() ? FailedCall(ERROR_RESOURCE_TYPE_NOT_FOUND) : TRUE;
     }
