@@ -28,8 +28,8 @@ void CProgressDlg::CenterWindow() const
         !::GetMonitorInfoW(::MonitorFromWindow(m_hWnd, MONITOR_DEFAULTTONEAREST), &Monitor))
         return;
     const RECT& rArea = Monitor.rcWork;
-    const LONG nLeft = std::max(rArea.left, (rArea.left + rArea.right - (Window.right - Window.left)) / 2);
-    const LONG nTop = std::max(rArea.top, (rArea.top + rArea.bottom - (Window.bottom - Window.top)) / 2);
+    const LONG nLeft = std::max(rArea.left, (rArea.left + rArea.right) / 2 - (Window.right - Window.left) / 2);
+    const LONG nTop = std::max(rArea.top, (rArea.top + rArea.bottom) / 2 - (Window.bottom - Window.top) / 2);
     ::SetWindowPos(m_hWnd, nullptr, nLeft, nTop, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 

@@ -41,8 +41,10 @@ CSizedRead Fetch(const CFunctionLog& log, const Call& call, CFormat<DWORD> askFa
 {
     CSizedRead table(ERROR_INSUFFICIENT_BUFFER);
     DWORD dwStatus = table.AskSize(call);
-    if (dwStatus != ERROR_INSUFFICIENT_BUFFER || !table.Allocate())
+    if (dwStatus != ERROR_INSUFFICIENT_BUFFER)
         ThrowWin32(log, dwStatus, askFailed);
+    if (!table.Allocate())
+        log.Throw(E_OUTOFMEMORY);
     dwStatus = table.Read(call);
     if (dwStatus != NO_ERROR)
         ThrowWin32(log, dwStatus, readFailed);

@@ -67,28 +67,24 @@ void CVlmInfoCollector::ReportProduct(const CFunctionLog& log, const std::wstrin
     Tolerate(log, OutputLimitedPatchVersion(), L"CVlmInfoCollector::OutputLimitedPatchVersion() failed. [0x%08X]");
 }
 
-// A folder that cannot be listed costs its own block; the step ends with the first such failure.
+// A folder that cannot be listed costs its own block; the listing has told why.
 HRESULT CVlmInfoCollector::OutputVlmFileInfo(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath)
 {
     CFunctionLog log;
     return log.Run([&] {
-        const HRESULT hrRepository = OutputFolder(L"Repository", sRepositoryDirPath);
-        const HRESULT hrNuvex = OutputFolder(L"Nuvex", sNuvexDirPath);
+        OutputFolder(L"Repository", sRepositoryDirPath);
+        OutputFolder(L"Nuvex", sNuvexDirPath);
         const std::wstring sRedirected = RedirectedDirPath(log);
-        const HRESULT hrRedirected = IsListed(sRedirected) ? OutputFolder(L"VirtualStore", sRedirected) : S_OK;
-        for (const HRESULT hr : { hrRepository, hrNuvex, hrRedirected })
-        {
-            if (FAILED(hr))
-                log.Throw(hr);
-        }
+        if (IsListed(sRedirected))
+            OutputFolder(L"VirtualStore", sRedirected);
     });
 }
 
-HRESULT CVlmInfoCollector::OutputFolder(const wchar_t* pTitle, const std::wstring& sDirPath)
+void CVlmInfoCollector::OutputFolder(const wchar_t* pTitle, const std::wstring& sDirPath)
 {
     WriteLine(L"");
     WriteLine(L"%s : \"%s\"", pTitle, sDirPath);
-    return CCollectorUtil::OutputFileInfos(sDirPath, *this);
+    CCollectorUtil::OutputFileInfos(sDirPath, *this);
 }
 
 HRESULT CVlmInfoCollector::OutputVlmFileList(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath,

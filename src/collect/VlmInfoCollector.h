@@ -25,7 +25,7 @@ private:
     bool OutputPatchName(const CFunctionLog& log, const std::wstring& sKeyPath);
     HRESULT OutputServiceInfo();
     HRESULT OutputVlmFileInfo(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath);
-    HRESULT OutputFolder(const wchar_t* pTitle, const std::wstring& sDirPath);
+    void OutputFolder(const wchar_t* pTitle, const std::wstring& sDirPath);
     HRESULT OutputVlmFileList(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath,
                               const std::wstring& sOutDirPath);
 

@@ -49,7 +49,8 @@ void StoreBytes(CDataBlock& rData, const void* pBytes, std::size_t nLength)
     std::copy_n(static_cast<const BYTE*>(pBytes), nLength, rData.Data());
 }
 
-// Numbers are read as the runtime reads signed ones: 4294967295 stands in the manifest as -1.
+// Numbers are signed, and those beyond are taken as the largest (_wtoi would turn some of them round on Windows):
+// 4294967295 stands in the manifest as -1.
 void StoreValue(const CFunctionLog& log, const CConfigFile& rConfig, const std::wstring& sType, std::wstring sText,
                 CRegistryInfo& rInfo)
 {
@@ -61,13 +62,13 @@ void StoreValue(const CFunctionLog& log, const CConfigFile& rConfig, const std::
     else if (EqualsNoCase(sType, L"REG_DWORD"))
     {
         rInfo.dwType = REG_DWORD;
-        const int nValue = ::_wtoi(sText.c_str());
+        const LONG nValue = ::wcstol(sText.c_str(), nullptr, 10);
         StoreBytes(rInfo.Data, &nValue, sizeof nValue);
     }
     else if (EqualsNoCase(sType, L"REG_QWORD"))
     {
         rInfo.dwType = REG_QWORD;
-        const long long nValue = ::_wtoi64(sText.c_str());
+        const LONGLONG nValue = ::_wcstoi64(sText.c_str(), nullptr, 10);
         StoreBytes(rInfo.Data, &nValue, sizeof nValue);
     }
     else if (EqualsNoCase(sType, L"REG_SZ"))

@@ -114,7 +114,7 @@ void CFileIO::Flush()
         ::FlushFileBuffers(m_hFile.Get());
 }
 
-// A second process of the same second finds the name taken and counts on: "[01]" to "[99]", the last one in any case.
+// A second process of the same second finds the name taken and counts on: "[01]" to "[99]", the last one taken or not.
 void CFileIO::OpenFile()
 {
     const std::wstring sFirst = m_sPath;

@@ -119,8 +119,8 @@ HRESULT CLogSysInfoFromXML::ReadFilter(IXMLDOMNode* pNode)
     if (XmlNodeName(pNode) != L"FILTER")
         return E_FAIL;
     m_pInner->State().AddFilter(XmlAttributeText(pNode, L"subject"),
-                                ::_wtoi(XmlAttributeText(pNode, L"minLevel").c_str()),
-                                ::_wtoi(XmlAttributeText(pNode, L"maxLevel").c_str()));
+                                ::wcstol(XmlAttributeText(pNode, L"minLevel").c_str(), nullptr, 10),
+                                ::wcstol(XmlAttributeText(pNode, L"maxLevel").c_str(), nullptr, 10));
     return S_OK;
 }
 

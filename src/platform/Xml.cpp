@@ -12,10 +12,10 @@ namespace
 constexpr CLSID ClsidDomDocument{ 0x2933BF90, 0x7B36, 0x11D2, { 0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60 } };
 
 // load takes a URL: it would unescape "%20" in a plain path, and cut it at other signs that mean something in a URL.
-// A file URL with the percent sign escaped means the same file whatever its name holds.
+// A file URL with these signs escaped means the same file whatever its name holds.
 std::wstring LoadText(const std::wstring& sPath)
 {
-    if (sPath.find(L'%') == sPath.npos)
+    if (sPath.find_first_of(L"%#") == sPath.npos)
         return sPath;
     std::wstring sUrl = sPath.starts_with(L"\\\\") ? L"file:" : L"file:///";
     for (const wchar_t c : sPath)

@@ -1,6 +1,7 @@
 // -collect:hardware on a described PC: the devices behind the real program's handles are those of a kernel driver,
 // which gives the answers that the fake PC of this process gave to the same components before. The bare machine's
 // report is part of every main run (CollectionTest.cpp).
+#include <algorithm>
 #include <filesystem>
 #include <regex>
 
@@ -10,6 +11,7 @@
 #include "hardware/HardwareInfoCollector.h"
 #include "support/FakePcDevices.h"
 #include "support/FakePcIo.h"
+#include "support/Golden.h"
 #include "support/LogWatch.h"
 #include "support/ScratchKey.h"
 
@@ -134,7 +136,22 @@ TEST(HardwareOfADescribedPc, IsReportedThroughRealHandlesAsByTheComponentsThatRe
     CScratchKey helper(L"Classes\\CLSID\\{3F662B8C-EFA9-49E4-A353-8F57BE3CCC61}\\InprocServer32");
     helper.SetText(nullptr, TEST_NODES);
 
+    // With the commands to the drives in the trace, and recorded.
+    installation.Folder().Write(
+        L"Kelvarin.log.xml",
+        "<log><FACTORY name='IOutputLogSystemFactory' class='opLogSys::File::COutputLogSystemFactory' location='" +
+            Utf8(installation.Folder() / L"trace") +
+            "'/><FILTERLIST><FILTER subject='CSptIoCtl' minLevel='0' maxLevel='30'/>"
+            "<FILTER subject='CSptIoCtlDebug' minLevel='10' maxLevel='10'/></FILTERLIST></log>");
     EXPECT_EQ(installation.Run(L"-collect:hardware").dwExitCode, 0u);
+    std::string sWire = FilesBelow(installation.Folder() / L"trace");
+    sWire.erase(0, sWire.find("DeviceIoControl("));
+    sWire.resize(std::min(sWire.size(), sWire.find("Status:0 Length")));
+    const std::regex Places("\n\\S+ "), Times("\\d{8}_\\d{9}");
+    ExpectGolden(L"hardware\\Wire.txt",
+                 std::regex_replace(sWire, Places, "\n") +
+                     std::regex_replace(FilesBelow(installation.Folder() / L"log.SCSI"), Times, "time"),
+                 L"");
     std::size_t nFiles = 0;
     for (const auto& rEntry : std::filesystem::directory_iterator(sExpected))
     {
