@@ -17,6 +17,7 @@ public:
     CCollectInfoManager();
 
     // Runs all stages and waits for each child without a limit. A child that fails costs log lines and nothing more.
+    // bSilent is handed to the child of the system's information, which then shows no window.
     // sProgramPath is the program to start; each child gets a folder of its own below sLogDirPath to write into, and
     // sResultDirPath for the records of all.
     HRESULT CollectPcInformation(bool bSilent, const CConfigFile& rConfig, const std::wstring& sProgramPath,

@@ -14,8 +14,7 @@ class CCollectorUtil
 {
 public:
     // The strings of the first translation; a missing one is left out. A file without a resource is no failure and
-    // leaves the map as it is. Nothing here calls it, since the listings keep the resource for a second question; it
-    // stays as it is, for a caller that has only the path.
+    // leaves the map as it is. For callers that have only a path; the listings keep the resource for more questions.
     static HRESULT GetFileProperty(const std::wstring& sPath, CFileVersions::Properties& rProperties);
     // The FileVersion string, each ", " made a "."; empty, with success, for a file that is missing or has no resource.
     static HRESULT GetFileVersion(const std::wstring& sPath, std::wstring& rsVersion);

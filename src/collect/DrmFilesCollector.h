@@ -12,7 +12,8 @@ class CDrmFilesCollector
 public:
     CDrmFilesCollector();
 
-    // A missing file or folder is no failure. A folder that cannot be made ends the collection.
+    // bSxS adds the folder in the common data. A missing file or folder is no failure. A folder that cannot be made
+    // ends the collection.
     HRESULT Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sOutDirPath, bool bSxS);
 
 private:

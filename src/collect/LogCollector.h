@@ -11,8 +11,8 @@ class CLogCollector
 public:
     CLogCollector();
 
-    // Only a folder that cannot be made is a failure. The order of the steps counts: a later file of the same name
-    // overwrites an earlier one.
+    // bSxS leaves the installer's logs out. Only a folder that cannot be made is a failure. The order of the steps
+    // counts: a later file of the same name overwrites an earlier one.
     HRESULT Collect(const std::wstring& sRepositoryDirPath, const std::wstring& sNuvexDirPath, bool bSxS,
                     const std::wstring& sOutDirPath);
 

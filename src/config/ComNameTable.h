@@ -12,7 +12,8 @@ public:
     // Built on first use. Of two rows with one GUID the first counts.
     static const CComNameTable& GetTable();
 
-    // The first entry of that name, in upper or lower case, in the order of the GUIDs; the zero GUID when there is none.
+    // The first entry of that name, in upper or lower case, in the order of the GUIDs; the zero GUID when there is
+    // none.
     GUID Find(const std::wstring& sName) const;
 
     // The number of different GUIDs.

@@ -9,7 +9,7 @@
 
 #include <setupapi.h>
 
-// A set is not made as INVALID_HANDLE_VALUE; a null one is not given back either.
+// A call that fails gives INVALID_HANDLE_VALUE. Null is not given back either.
 struct DeviceInfoSetTraits
 {
     using Type = HDEVINFO;

@@ -4,9 +4,9 @@
 #include "hardware/OpdSetupDi.h"
 #include "platform/HResult.h"
 
-// Hands the interfaces of a set to visit, with their index, until that gives true. The end of the list is no good end:
-// it is told with failed and thrown, as in a search that did not find. Another failure is told the same way and passed
-// over, but for so many of them in a row that there cannot be a list.
+// Hands the interfaces of a set to visit, with their index, until that gives true. Reaching the end of the list counts
+// as a failure, as in a search that finds nothing: it is recorded with failed and thrown. Another failure is recorded
+// the same way and passed over, unless there are so many that it cannot be a list.
 template <typename Visit>
 void WalkInterfaces(const CFunctionLog& log, HDEVINFO hSet, const GUID& rGuid, CFormat<DWORD, HRESULT> failed,
                     const Visit& visit)

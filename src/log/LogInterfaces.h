@@ -40,7 +40,7 @@ public:
     // One line, with the given local time or the present one.
     virtual void WriteAt(const SYSTEMTIME& rTime, const wchar_t* pText) = 0;
     virtual void WriteNow(const wchar_t* pText) = 0;
-    // Lines between the two stay together.
+    // Lines between the two stay together. The error log needs no groups: each of its lines stands for itself.
     virtual LONG BeginGroup() = 0;
     virtual LONG EndGroup() = 0;
     virtual DWORD GetThreadId() = 0;

@@ -1,5 +1,5 @@
-// The one place that includes <windows.h>, and holds what the build says of it to be true: the oldest system is Windows
-// 7, and addresses of drivers, wire records of device requests and the registry views all count on 32-bit words.
+// The one place that includes <windows.h>. It checks what the build promises: the oldest system is Windows 7; addresses
+// of drivers, wire records of device requests and the registry views all count on 32-bit words.
 #pragma once
 
 #include <windows.h>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <new>
+#include <type_traits>
 
 #include "log/FunctionLog.h"
 
@@ -9,8 +10,7 @@ class COpdSafeTypeValue
 {
 public:
     virtual ~COpdSafeTypeValue() = default;
-    // Takes the value of, or copies the value into, another object of the same kind. Another kind throws E_UNEXPECTED
-    // to the caller.
+    // Set copies from another object of the same kind, Get into one. Another kind throws E_UNEXPECTED to the caller.
     virtual void Set(const COpdSafeTypeValue& rOther) = 0;
     virtual void Get(COpdSafeTypeValue& rOther) const = 0;
     // A new object with a copy of the value, which the caller owns; null when there is no memory.
@@ -21,6 +21,8 @@ public:
 template <typename T>
 class COpdSafeTypeT : public COpdSafeTypeValue
 {
+    static_assert(std::is_same_v<T, unsigned>, "the records name this type");
+
 public:
     explicit COpdSafeTypeT(T* pValue) : m_pValue(pValue) {}
     COpdSafeTypeT(const COpdSafeTypeT&) = delete;

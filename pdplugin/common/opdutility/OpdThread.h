@@ -23,7 +23,7 @@ public:
     // A class that implements Main calls End in its own destructor: Main is gone when this one runs.
     virtual ~COpdThread() = default;
 
-    // pSecurity is ignored. E_FAIL when a thread is held already.
+    // pSecurity is ignored; nStackSize in bytes, 0 is the default. E_FAIL when a thread is held already.
     virtual HRESULT BeginThread(void* pSecurity, unsigned nStackSize, unsigned nCreationFlags);
     // E_PENDING when the time (milliseconds) is over. Without a thread: 0 at once.
     virtual HRESULT WaitThread(DWORD dwTimeout);
@@ -36,6 +36,7 @@ public:
     virtual HRESULT IsThreadActive(bool& rbActive);
     // Gives the handle back once the thread has ended; E_PENDING while it runs.
     virtual HRESULT Close();
+    // 0 and null without a thread.
     virtual DWORD GetThreadID();
     virtual HANDLE GetThreadHandle();
     virtual HRESULT SetThreadPriority(int nPriority);
