@@ -93,14 +93,14 @@ LONG CFileIO::Close()
 
 void CFileIO::WriteLine(const wchar_t* pText)
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     WriteText(pText);
     WriteText(L"\r\n");
 }
 
 void CFileIO::WriteText(const wchar_t* pText)
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     if (!m_hFile)
         OpenFile();
     if (m_hFile)
@@ -109,7 +109,7 @@ void CFileIO::WriteText(const wchar_t* pText)
 
 void CFileIO::Flush()
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     if (m_bAutoFlush && m_hFile)
         ::FlushFileBuffers(m_hFile.Get());
 }

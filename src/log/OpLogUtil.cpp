@@ -43,7 +43,7 @@ CLogSystem* COpLogUtil::MakeLogSystem()
 {
     if (CLogSystem* const pMade = m_pLogSystem.load(std::memory_order_acquire))
         return pMade;
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     if (CLogSystem* const pMade = m_pLogSystem.load(std::memory_order_relaxed))
         return pMade;
 

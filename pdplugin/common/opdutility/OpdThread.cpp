@@ -20,7 +20,7 @@ constexpr DWORD AllEvents = 1215;
 void COpdThread::End()
 {
     CFunctionLog log("COpdThread::~COpdThread");
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     if (m_hThread == nullptr)
         return;
     // The destructor's own: nothing that overrides them is left.
@@ -37,7 +37,7 @@ unsigned __stdcall COpdThread::Entry(void* pThread) noexcept
 
 HRESULT COpdThread::BeginThread(void*, unsigned nStackSize, unsigned nCreationFlags)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         if (m_hThread != nullptr)
@@ -51,7 +51,7 @@ HRESULT COpdThread::BeginThread(void*, unsigned nStackSize, unsigned nCreationFl
 
 HRESULT COpdThread::WaitThread(DWORD dwTimeout)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         DWORD dwResult = WAIT_OBJECT_0;
@@ -63,7 +63,7 @@ HRESULT COpdThread::WaitThread(DWORD dwTimeout)
 
 HRESULT COpdThread::WaitThread(DWORD dwTimeout, DWORD& rdwResult)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         if (m_hThread == nullptr)
@@ -77,7 +77,7 @@ HRESULT COpdThread::WaitThread(DWORD dwTimeout, DWORD& rdwResult)
 
 HRESULT COpdThread::ResumeThread(DWORD* pdwPreviousCount)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         if (m_hThread == nullptr)
@@ -92,7 +92,7 @@ HRESULT COpdThread::ResumeThread(DWORD* pdwPreviousCount)
 
 HRESULT COpdThread::SuspendThread(DWORD* pdwPreviousCount)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         if (m_hThread == nullptr)
@@ -107,7 +107,7 @@ HRESULT COpdThread::SuspendThread(DWORD* pdwPreviousCount)
 
 HRESULT COpdThread::GetExitCodeThread(DWORD& rdwExitCode)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         if (!::GetExitCodeThread(m_hThread, &rdwExitCode))
@@ -117,7 +117,7 @@ HRESULT COpdThread::GetExitCodeThread(DWORD& rdwExitCode)
 
 HRESULT COpdThread::IsThreadActive(bool& rbActive)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&]() -> HRESULT {
         DWORD dwExitCode = 0;
@@ -130,7 +130,7 @@ HRESULT COpdThread::IsThreadActive(bool& rbActive)
 
 HRESULT COpdThread::Close()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         if (m_hThread == nullptr)
@@ -148,21 +148,21 @@ HRESULT COpdThread::Close()
 
 DWORD COpdThread::GetThreadID()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Result(m_nThreadId);
 }
 
 HANDLE COpdThread::GetThreadHandle()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Result(m_hThread);
 }
 
 HRESULT COpdThread::SetThreadPriority(int nPriority)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         if (!::SetThreadPriority(m_hThread, nPriority))
@@ -172,7 +172,7 @@ HRESULT COpdThread::SetThreadPriority(int nPriority)
 
 HRESULT COpdThread::GetThreadPriority(int& rnPriority)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         const int nPriority = ::GetThreadPriority(m_hThread);
@@ -184,7 +184,7 @@ HRESULT COpdThread::GetThreadPriority(int& rnPriority)
 
 HRESULT COpdThread::MsgWaitForMultipleObjects(DWORD dwTimeout, DWORD& rdwResult, DWORD dwWakeMask)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         const DWORD dwResult = ::MsgWaitForMultipleObjects(1, &m_hThread, FALSE, dwTimeout, dwWakeMask);
@@ -196,7 +196,7 @@ HRESULT COpdThread::MsgWaitForMultipleObjects(DWORD dwTimeout, DWORD& rdwResult,
 
 HRESULT COpdThread::WaitThreadWithMessagePump(DWORD dwTimeout)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         for (;;)

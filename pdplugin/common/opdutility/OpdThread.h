@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "platform/CriticalSection.h"
+#include "platform/Lock.h"
 
 // All operations take the object's lock for their whole duration, waits included: a second thread that calls any of
 // them blocks until the wait ends. The lock is re-entrant for the thread that waits.
@@ -54,7 +54,7 @@ private:
 
     HANDLE m_hThread = nullptr;
     unsigned m_nThreadId = 0;
-    CSection m_Lock;
+    CLock m_Lock;
 };
 
 // A thread that runs a member function of an owner, which is borrowed.
