@@ -4,11 +4,15 @@
 #include "platform/HResult.h"
 #include "platform/Path.h"
 
-void CreateOutputFolder(const CFunctionLog& log, const std::wstring& sOutDirPath, CFormat<std::wstring, HRESULT> failed)
+HRESULT MakeOutputFolder(const std::wstring& sOutDirPath)
 {
     // Joined with a name, an empty folder would mean the current one or the drive's root.
-    log.Check(sOutDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath), failed,
-              sOutDirPath);
+    return sOutDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath);
+}
+
+void CreateOutputFolder(const CFunctionLog& log, const std::wstring& sOutDirPath, CFormat<std::wstring, HRESULT> failed)
+{
+    log.Check(MakeOutputFolder(sOutDirPath), failed, sOutDirPath);
 }
 
 std::wstring RequireShellFolder(const CFunctionLog& log, int nCsidl, const wchar_t* pName)

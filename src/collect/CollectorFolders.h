@@ -6,7 +6,9 @@
 #include "log/FunctionLog.h"
 #include "platform/RegKey.h"
 
-// Makes the folder with the missing ones above it, and refuses an empty one; failed is the record of a failure.
+// Makes the folder with the missing ones above it, and refuses an empty one.
+[[nodiscard]] HRESULT MakeOutputFolder(const std::wstring& sOutDirPath);
+// The same, but throws; failed is the record of a failure.
 void CreateOutputFolder(
     const CFunctionLog& log, const std::wstring& sOutDirPath,
     CFormat<std::wstring, HRESULT> failed = L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed. [0x%08X]");

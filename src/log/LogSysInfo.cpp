@@ -67,7 +67,7 @@ CLogSysInfoFromXML::CLogSysInfoFromXML(const std::wstring& sFilePath)
     : m_sFilePath(sFilePath),
       m_pInner(Common::CReference<CLogSysInfo>::Own(new CLogSysInfo))
 {
-    if (!FileExists(m_sFilePath))
+    if (!PathExists(m_sFilePath))
         return;
     const COpdComInit com;
     Load();
