@@ -25,7 +25,14 @@ std::wstring RequireShellFolder(const CFunctionLog& log, int nCsidl, const wchar
     return sPath;
 }
 
-HRESULT OpenMachineKey(const std::wstring& sPath, CRegKey& rKey)
+std::wstring RequireSystemFolder(const CFunctionLog& log, UINT(WINAPI* pGet)(LPWSTR, UINT), const wchar_t* pName)
 {
-    return ResultOf(rKey.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ));
+    std::wstring sPath = SystemFolder(pGet);
+    if (sPath.empty())
+    {
+        // The doubled prefix stands in every log of the field.
+        const HRESULT hr = LastErrorResult();
+        log.Throw(hr, L"%s() failed.[0x%0x%08X]", pName, hr, hr);
+    }
+    return sPath;
 }

@@ -22,7 +22,7 @@ constexpr DWORD LocationCapacity = 1024; // characters
 std::wstring ReadProductValue(const CFunctionLog& log, const wchar_t* pName)
 {
     CRegKey reg;
-    DWORD dwStatus = reg.Open(HKEY_LOCAL_MACHINE, ProductKey, KEY_READ);
+    DWORD dwStatus = OpenMachineKey(ProductKey, reg);
     if (dwStatus != ERROR_SUCCESS)
         log.ThrowCode(HResultFromWin32(dwStatus), L"reg.Open( \"%s\" ) failed.[0x%08X]", ProductKey);
     std::wstring sValue;

@@ -77,8 +77,7 @@ bool COpLogUtil::COpLogImp::EnableBreak(const wchar_t* pValueName)
 {
     CRegKey reg;
     DWORD dwValue = 1;
-    const bool bRead = reg.Open(HKEY_LOCAL_MACHINE, m_pFacade->m_rConfig.GetRegistryPath(), KEY_READ) ==
-                           ERROR_SUCCESS &&
+    const bool bRead = OpenMachineKey(m_pFacade->m_rConfig.GetRegistryPath(), reg) == ERROR_SUCCESS &&
                        reg.QueryDwordValue(pValueName, dwValue) == ERROR_SUCCESS;
     return !bRead || dwValue != 0;
 }
