@@ -2,8 +2,6 @@
 
 #include <process.h>
 
-#include <utility>
-
 #include "log/FunctionLog.h"
 #include "platform/HResult.h"
 
@@ -21,13 +19,11 @@ void COpdThread::End()
 {
     CFunctionLog log("COpdThread::~COpdThread");
     const CLockScope lock(m_Lock);
-    if (m_hThread == nullptr)
+    if (!m_hThread)
         return;
     // The destructor's own: nothing that overrides them is left.
     COpdThread::WaitThread(EndWait);
     COpdThread::Close();
-    if (m_hThread != nullptr)
-        ::CloseHandle(std::exchange(m_hThread, nullptr));
 }
 
 unsigned __stdcall COpdThread::Entry(void* pThread) noexcept
@@ -40,11 +36,11 @@ HRESULT COpdThread::BeginThread(void*, unsigned nStackSize, unsigned nCreationFl
     const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread != nullptr)
+        if (m_hThread)
             log.Fail(E_FAIL, L"m_hThread != 0");
-        m_hThread = reinterpret_cast<HANDLE>(
-            ::_beginthreadex(nullptr, nStackSize, Entry, this, nCreationFlags, &m_nThreadId));
-        if (m_hThread == nullptr)
+        m_hThread.Attach(
+            reinterpret_cast<HANDLE>(::_beginthreadex(nullptr, nStackSize, Entry, this, nCreationFlags, &m_nThreadId)));
+        if (!m_hThread)
             log.ThrowCode(LastErrorResult(E_FAIL), L"::_beginthreadex() failed. [0x%08X]");
     });
 }
@@ -66,9 +62,9 @@ HRESULT COpdThread::WaitThread(DWORD dwTimeout, DWORD& rdwResult)
     const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread == nullptr)
+        if (!m_hThread)
             return;
-        const DWORD dwResult = ::WaitForSingleObject(m_hThread, dwTimeout);
+        const DWORD dwResult = ::WaitForSingleObject(m_hThread.Get(), dwTimeout);
         if (dwResult == WAIT_FAILED)
             log.ThrowCode(LastErrorResult(E_FAIL), L"::WaitForSingleObject( m_hThread ) failed. [0x%08X]");
         rdwResult = dwResult;
@@ -80,9 +76,9 @@ HRESULT COpdThread::ResumeThread(DWORD* pdwPreviousCount)
     const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread == nullptr)
+        if (!m_hThread)
             log.Fail(E_UNEXPECTED, L"m_hThread == 0");
-        const DWORD dwCount = ::ResumeThread(m_hThread);
+        const DWORD dwCount = ::ResumeThread(m_hThread.Get());
         if (dwCount == static_cast<DWORD>(-1))
             log.ThrowCode(LastErrorResult(E_FAIL), L"::ResumeThread( m_hThread ) failed. [0x%08X]");
         if (pdwPreviousCount != nullptr)
@@ -95,9 +91,9 @@ HRESULT COpdThread::SuspendThread(DWORD* pdwPreviousCount)
     const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread == nullptr)
+        if (!m_hThread)
             log.Fail(E_UNEXPECTED, L"m_hThread == 0");
-        const DWORD dwCount = ::SuspendThread(m_hThread);
+        const DWORD dwCount = ::SuspendThread(m_hThread.Get());
         if (dwCount == static_cast<DWORD>(-1))
             log.ThrowCode(LastErrorResult(E_FAIL), L"::SuspendThread( m_hThread ) failed. [0x%08X]");
         if (pdwPreviousCount != nullptr)
@@ -110,7 +106,7 @@ HRESULT COpdThread::GetExitCodeThread(DWORD& rdwExitCode)
     const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (!::GetExitCodeThread(m_hThread, &rdwExitCode))
+        if (!::GetExitCodeThread(m_hThread.Get(), &rdwExitCode))
             log.ThrowCode(LastErrorResult(E_FAIL), L"::GetExitCodeThread( m_hThread ) failed. [0x%08X]");
     });
 }
@@ -133,14 +129,13 @@ HRESULT COpdThread::Close()
     const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread == nullptr)
+        if (!m_hThread)
             return;
         DWORD dwResult = WAIT_OBJECT_0;
         log.Check(WaitThread(0, dwResult), L"COpdThread::WaitThread() failed. [0x%08X]");
         if (dwResult == WAIT_TIMEOUT)
             log.Throw(E_PENDING, L"ulWaitResult == WAIT_TIMEOUT");
-        const HANDLE hThread = std::exchange(m_hThread, nullptr);
-        if (!::CloseHandle(hThread))
+        if (!::CloseHandle(m_hThread.Detach()))
             log.Error(L"::CloseHandle( m_hThread ) failed. [0x%08X]", LastErrorResult(E_FAIL));
         m_nThreadId = 0;
     });
@@ -157,7 +152,7 @@ HANDLE COpdThread::GetThreadHandle()
 {
     const CLockScope lock(m_Lock);
     CFunctionLog log;
-    return log.Result(m_hThread);
+    return log.Result(m_hThread.Get());
 }
 
 HRESULT COpdThread::SetThreadPriority(int nPriority)
@@ -165,7 +160,7 @@ HRESULT COpdThread::SetThreadPriority(int nPriority)
     const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (!::SetThreadPriority(m_hThread, nPriority))
+        if (!::SetThreadPriority(m_hThread.Get(), nPriority))
             log.Throw(LastErrorResult(E_FAIL));
     });
 }
@@ -175,7 +170,7 @@ HRESULT COpdThread::GetThreadPriority(int& rnPriority)
     const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        const int nPriority = ::GetThreadPriority(m_hThread);
+        const int nPriority = ::GetThreadPriority(m_hThread.Get());
         if (nPriority == THREAD_PRIORITY_ERROR_RETURN)
             log.Throw(LastErrorResult(E_FAIL));
         rnPriority = nPriority;
@@ -187,7 +182,8 @@ HRESULT COpdThread::MsgWaitForMultipleObjects(DWORD dwTimeout, DWORD& rdwResult,
     const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        const DWORD dwResult = ::MsgWaitForMultipleObjects(1, &m_hThread, FALSE, dwTimeout, dwWakeMask);
+        const HANDLE hThread = m_hThread.Get();
+        const DWORD dwResult = ::MsgWaitForMultipleObjects(1, &hThread, FALSE, dwTimeout, dwWakeMask);
         if (dwResult == WAIT_FAILED)
             log.Throw(LastErrorResult(E_FAIL));
         rdwResult = dwResult;
