@@ -69,8 +69,7 @@ CLogSystem* COpLogUtil::COpLogImp::GetLogSystem()
 
 bool COpLogUtil::COpLogImp::IsLogOn()
 {
-    CLogSystem* const pLogSystem = GetLogSystem();
-    return pLogSystem != nullptr && pLogSystem->GetFilter().HasEntries() == S_OK;
+    return CFunctionLog::IsTraceOn();
 }
 
 bool COpLogUtil::COpLogImp::EnableBreak(const wchar_t* pValueName)
