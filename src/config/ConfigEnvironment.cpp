@@ -50,7 +50,7 @@ std::wstring ProductFolder(const CFunctionLog& log, const wchar_t* pValueName, c
     if (SUCCEEDED(CFunctionLog::Try([&] { sPath = ReadProductValue(log, pValueName); })))
         return sPath;
     sPath = ShellFolder(log, CSIDL_PROGRAM_FILES_COMMON, L"CSIDL_PROGRAM_FILES_COMMON") + pFallback;
-    log.Error(L"%s path : %s", pLogName, sPath);
+    log.Note(L"%s path : %s", pLogName, sPath);
     return sPath;
 }
 
@@ -152,7 +152,7 @@ void CConfigFile::LoadMachine(const CFunctionLog& log)
     }
     SYSTEM_INFO SystemInfo{};
     pGetNativeSystemInfo(&SystemInfo);
-    log.Error(L"SystemInfo.wProcessorArchitecture = %u", SystemInfo.wProcessorArchitecture);
+    log.Note(L"SystemInfo.wProcessorArchitecture = %u", SystemInfo.wProcessorArchitecture);
     if (SystemInfo.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_INTEL)
         m_nMachine = Machine_X86;
     else if (SystemInfo.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_AMD64)
