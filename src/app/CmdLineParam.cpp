@@ -2,7 +2,6 @@
 
 #include <shellapi.h>
 #include <shlobj.h>
-#include <shlwapi.h>
 
 #include <algorithm>
 
@@ -25,11 +24,9 @@ const std::wstring& ProcessTimestamp()
     return s_sStamp;
 }
 
-HRESULT MakeFolder(const std::wstring& sPath)
+HRESULT RequireFolder(const std::wstring& sPath)
 {
-    if (::PathIsDirectoryW(sPath.c_str()))
-        return S_OK;
-    return ::SHCreateDirectoryExW(nullptr, sPath.c_str(), nullptr) == ERROR_SUCCESS ? S_OK : E_UNEXPECTED;
+    return MakeFolder(sPath) == ERROR_SUCCESS && FolderExists(sPath) ? S_OK : E_UNEXPECTED;
 }
 
 // What stands behind nCount characters; empty when the text is shorter.
@@ -156,7 +153,7 @@ HRESULT CCmdLineParam::GetLogDirPath(std::wstring& rsPath) const
             return E_UNEXPECTED;
         sPath = JoinPath(sDesktop, L"Velmora_Install_Status_log\\" + ProcessTimestamp());
     }
-    const HRESULT hr = MakeFolder(sPath);
+    const HRESULT hr = RequireFolder(sPath);
     if (SUCCEEDED(hr))
         rsPath = sPath;
     return hr;
@@ -172,7 +169,7 @@ HRESULT CCmdLineParam::GetResultDirPath(std::wstring& rsPath) const
             return hr;
         sPath = JoinPath(sPath, L"Log");
     }
-    const HRESULT hr = MakeFolder(sPath);
+    const HRESULT hr = RequireFolder(sPath);
     if (SUCCEEDED(hr))
         rsPath = sPath;
     return hr;

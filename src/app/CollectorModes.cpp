@@ -52,7 +52,7 @@ HRESULT RunFolderFrame(CFunctionLog& log, const CCmdLineParam& rParam, const wch
     const std::wstring& sOutDirPath = rParam.GetOutDirPath();
     return RunFrame(log, { { sOutDirPath, L"sOutDirPath" } }, [&] {
         const HRESULT hr = collect(sOutDirPath);
-        log.Error(L"%s( \"%s\" ) [0x%08X]", pCall, sOutDirPath, hr);
+        log.Note(L"%s( \"%s\" ) [0x%08X]", pCall, sOutDirPath, hr);
         return hr;
     });
 }
@@ -78,8 +78,8 @@ HRESULT CKelvarinApp::CollectVlmInfo(const CCmdLineParam& rParam)
                       { sOut, L"sOutDirPath" } },
                     [&] {
                         const HRESULT hr = CVlmInfoCollector().Collect(sRepository, sNuvex, sRegistry, sOut);
-                        log.Error(L"CVlmInfoCollector::Collect( \"%s\", \"%s\", \"%s\", \"%s\" ) [0x%08X]", sRepository,
-                                  sNuvex, sRegistry, sOut, hr);
+                        log.Note(L"CVlmInfoCollector::Collect( \"%s\", \"%s\", \"%s\", \"%s\" ) [0x%08X]", sRepository,
+                                 sNuvex, sRegistry, sOut, hr);
                         return hr;
                     });
 }
@@ -90,7 +90,7 @@ HRESULT CKelvarinApp::CollectSystemInfo(const CCmdLineParam& rParam)
     const std::wstring& sOut = rParam.GetOutDirPath();
     return RunFrame(log, { { sOut, L"sOutDirPath" } }, [&] {
         const HRESULT hr = CSystemInfoCollector().Collect(sOut, rParam.m_bSilent);
-        log.Error(L"CSystemInfoCollector::Collect( \"%s\", %s ) [0x%08X]", sOut, TrueOrFalse(rParam.m_bSilent), hr);
+        log.Note(L"CSystemInfoCollector::Collect( \"%s\", %s ) [0x%08X]", sOut, TrueOrFalse(rParam.m_bSilent), hr);
         return hr;
     });
 }
@@ -137,7 +137,7 @@ HRESULT CKelvarinApp::CollectLicenseFile(const CCmdLineParam& rParam)
     const std::wstring& sOut = rParam.GetOutDirPath();
     return RunFrame(log, { { sRepository, L"sRepositoryDirPath" }, { sOut, L"sOutDirPath" } }, [&] {
         const HRESULT hr = CDrmFilesCollector().Collect(sRepository, sOut, rParam.m_bSxS);
-        log.Error(L"CDrmFilesCollector::Collect( \"%s\", \"%s\" ) [0x%08X]", sRepository, sOut, hr);
+        log.Note(L"CDrmFilesCollector::Collect( \"%s\", \"%s\" ) [0x%08X]", sRepository, sOut, hr);
         return hr;
     });
 }
@@ -151,8 +151,8 @@ HRESULT CKelvarinApp::CollectLogFile(const CCmdLineParam& rParam)
     return RunFrame(
         log, { { sRepository, L"sRepositoryDirPath" }, { sNuvex, L"sNuvexDirPath" }, { sOut, L"sOutDirPath" } }, [&] {
             const HRESULT hr = CLogCollector().Collect(sRepository, sNuvex, rParam.m_bSxS, sOut);
-            log.Error(L"CLogCollector::Collect( SxS:%s, \"%s\", \"%s\", \"%s\" ) [0x%08X]", TrueOrFalse(rParam.m_bSxS),
-                      sRepository, sNuvex, sOut, hr);
+            log.Note(L"CLogCollector::Collect( SxS:%s, \"%s\", \"%s\", \"%s\" ) [0x%08X]", TrueOrFalse(rParam.m_bSxS),
+                     sRepository, sNuvex, sOut, hr);
             return hr;
         });
 }
@@ -179,7 +179,7 @@ HRESULT CKelvarinApp::CreateHwinfo(const CCmdLineParam& rParam)
     return RunFrame(log, { { sOut, L"sOutDirPath" } }, [&] {
         const std::wstring sPath = JoinPath(sOut, L"hwinfo.dat");
         const std::wstring sFailure = collectUniqueInfo(sPath);
-        log.Error(L"collectUniqueInfo( %s ) [%s]", sPath, sFailure.empty() ? std::wstring(L"OK") : sFailure);
+        log.Note(L"collectUniqueInfo( %s ) [%s]", sPath, sFailure.empty() ? std::wstring(L"OK") : sFailure);
         return S_OK;
     });
 }

@@ -105,9 +105,9 @@ HRESULT CKelvarinApp::RunMode(const CFunctionLog& log, const CCmdLineParam& rPar
         log.Throw(E_FAIL, L"*** unknown exec-mode:%u ***", rParam.m_nExecMode);
 
     const auto& rMode = Modes[rParam.m_nExecMode];
-    log.Error(L"=> *** %s ***", rMode.pWord);
+    log.Note(L"=> *** %s ***", rMode.pWord);
     const HRESULT hr = (this->*rMode.pRun)(rParam);
-    log.Error(L"<= *** %s ***", rMode.pWord);
+    log.Note(L"<= *** %s ***", rMode.pWord);
     log.Check(hr, L"CKelvarinApp::%s() failed. [0x%08X]", rMode.pMethod);
     return hr;
 }

@@ -46,20 +46,20 @@ void CProgressDlg::DestroyWindow()
 
 void CProgressDlg::ResetClients()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     m_Clients.clear();
     PostUpdate();
 }
 
 void CProgressDlg::AddClient(const std::wstring& sName, UINT32 nRange, const std::wstring& sText)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     m_Clients[sName] = { nRange, 0, sText };
 }
 
 void CProgressDlg::UpdateProgress(const std::wstring& sName, UINT32 nPosition, const std::wstring& sText)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     const auto itClient = m_Clients.find(sName);
     if (itClient != m_Clients.end())
     {
@@ -72,7 +72,7 @@ void CProgressDlg::UpdateProgress(const std::wstring& sName, UINT32 nPosition, c
 
 int CProgressDlg::GetPercentage()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     double fRange = 0.0;
     double fPosition = 0.0;
     for (const auto& [sName, rClient] : m_Clients)
@@ -85,7 +85,7 @@ int CProgressDlg::GetPercentage()
 
 std::wstring CProgressDlg::GetStatusText()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     return m_sStatusText;
 }
 
@@ -151,7 +151,7 @@ void CProgressDlg::OnInitDialog()
 // The lock is held across the two window calls: the window is the calling thread's own, and the others only post.
 void CProgressDlg::OnUpdateProgress()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     ::SendMessageW(m_hProgressBar, PBM_SETPOS, static_cast<WPARAM>(GetPercentage()), 0);
     ::SetWindowTextW(m_hStatusText, m_sStatusText.c_str());
 }

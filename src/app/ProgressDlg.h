@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "platform/CriticalSection.h"
+#include "platform/Lock.h"
 
 class CProgressDlg
 {
@@ -58,7 +58,7 @@ private:
     static const UINT m_umsg_UpdateProgress;
 
     std::atomic<HWND> m_hWnd{ nullptr }; // any thread posts to it
-    CSection m_Lock;
+    CLock m_Lock;
     HWND m_hProgressBar = nullptr;
     HWND m_hStatusText = nullptr;
     std::map<std::wstring, CClient> m_Clients;

@@ -21,11 +21,11 @@ int RunApplication(CKelvarinApp& rApp)
 {
     try
     {
-        const CCmdLineParam& rParam = CCmdLineParam::OfThisProcess();
+        const CCmdLineParam param = CCmdLineParam::OfThisProcess();
         // Nor may a crash, where nobody sees its box.
-        if (rParam.m_bSilent || rParam.m_nExecMode != ExecMode_Main)
+        if (param.m_bSilent || param.m_nExecMode != ExecMode_Main)
             ::SetErrorMode(::GetErrorMode() | SEM_NOGPFAULTERRORBOX);
-        const HRESULT hr = rApp.Main(rParam);
+        const HRESULT hr = rApp.Main(param);
         return FAILED(hr) ? hr : 0;
     }
     catch (HRESULT hr) // the log system found no folder at all

@@ -48,8 +48,8 @@ void OutputRunKey(const CFunctionLog& log, const CNameRow<HKEY>& rRoot, CResultL
     {
         wchar_t aName[1024];
         wchar_t aData[512 + 1] = L""; // the data need not be terminated
-        DWORD nName = 1024;
-        DWORD dwBytes = 1024;
+        DWORD nName = std::size(aName);
+        DWORD dwBytes = sizeof aData - sizeof(wchar_t);
         DWORD dwType = REG_NONE;
         const auto dwStatus = static_cast<DWORD>(::RegEnumValueW(reg.Get(), nIndex, aName, &nName, nullptr, &dwType,
                                                                  reinterpret_cast<BYTE*>(aData), &dwBytes));

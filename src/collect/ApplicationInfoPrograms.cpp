@@ -1,7 +1,6 @@
 // Installed programs, as the uninstall key and the installer's own records have them. The keys are those of the
 // program's own registry view.
 #include "collect/ApplicationInfoCollector.h"
-#include "collect/CollectorFolders.h"
 #include "log/FunctionLog.h"
 #include "log/ResultLog.h"
 #include "platform/HResult.h"
@@ -38,7 +37,7 @@ void ForEachSubKey(const CFunctionLog& log, const CRegKey& rKey, const std::wstr
 
         const std::wstring sSubPath = FormatText(L"%s\\%s%s", sPath, sName, pTail);
         CRegKey reg;
-        const HRESULT hr = OpenMachineKey(sSubPath, reg);
+        const HRESULT hr = ResultOf(OpenMachineKey(sSubPath, reg));
         if (SUCCEEDED(hr))
             body(CInstalled{ reg, sName, LastWrite }, sSubPath);
         else
@@ -71,7 +70,7 @@ HRESULT CApplicationInfoCollector::OutputInstalledPrograms(CResultLog& rCsv, CRe
     CFunctionLog log;
     return log.Run([&] {
         CRegKey uninstall;
-        log.Check(OpenMachineKey(UninstallKeyPath, uninstall), OpenFailed, std::wstring(UninstallKeyPath));
+        log.Check(ResultOf(OpenMachineKey(UninstallKeyPath, uninstall)), OpenFailed, std::wstring(UninstallKeyPath));
         ForEachSubKey(log, uninstall, UninstallKeyPath, L"", [&](const CInstalled& rProgram, const std::wstring&) {
             OutputProgramRow(rProgram, rCsv);
             OutputProgramInfo(rProgram, rText);
@@ -84,7 +83,7 @@ HRESULT CApplicationInfoCollector::OutputMsiInstallProperties(CResultLog& rResul
     CFunctionLog log;
     return log.Run([&] {
         CRegKey userData;
-        log.Check(OpenMachineKey(UserDataKeyPath, userData), OpenFailed, std::wstring(UserDataKeyPath));
+        log.Check(ResultOf(OpenMachineKey(UserDataKeyPath, userData)), OpenFailed, std::wstring(UserDataKeyPath));
         ForEachSubKey(log, userData, UserDataKeyPath, L"\\Products",
                       [&](const CInstalled& rUser, const std::wstring& sProductsPath) {
                           ForEachSubKey(log, rUser.rKey, sProductsPath, L"\\InstallProperties",

@@ -26,7 +26,7 @@ HRESULT CAsioInfoCollector::Collect(const std::wstring& sOutDirPath)
     CFunctionLog log;
     return log.Run([&] {
         CRegKey reg;
-        if (reg.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\ASIO", KEY_READ) != ERROR_SUCCESS)
+        if (OpenMachineKey(L"SOFTWARE\\ASIO", reg) != ERROR_SUCCESS)
             return;
         CreateOutputFolder(log, sOutDirPath);
         COpdLogFile csv;

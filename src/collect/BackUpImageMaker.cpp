@@ -4,9 +4,9 @@
 
 #include <new>
 
+#include "collect/CollectorFolders.h"
 #include "collect/ProductObjects.h"
 #include "log/FunctionLog.h"
-#include "opdutility/OpdFileHelper.h"
 #include "platform/ComObject.h"
 #include "platform/ComText.h"
 #include "platform/ObjectRef.h"
@@ -35,8 +35,7 @@ HRESULT CBackUpImageMaker::MakeBackUpImage(const std::wstring& sOutDirPath)
         CObjectRef<IVlmBackup> pBackup;
         log.Check(ProductResult([&] { return pBackup.Create(CLSID_VlmBackup, IID_IVlmBackup); }),
                   L"CoCreateInstance( __uuidof(VlmBackup) ) failed.[0x%08X]");
-        log.Check(sOutDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath),
-                  L"COpdDirectoryHelper::CreateDirectoryEx() failed.[0x%08X]");
+        log.Check(MakeOutputFolder(sOutDirPath), L"COpdDirectoryHelper::CreateDirectoryEx() failed.[0x%08X]");
         const CBstr sImagePath(JoinPath(sOutDirPath, L"license.vbk"));
         log.Check(ProductResult([&] {
                       return CallObject([&] {

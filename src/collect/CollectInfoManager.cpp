@@ -59,10 +59,10 @@ HRESULT CCollectInfoManager::CollectPcInformation(bool bSilent, const CConfigFil
         const CPaths Paths{ CleanPath(rConfig.m_sRepositoryDirPath), CleanPath(rConfig.m_sNuvexDirPath),
                             CleanPath(rConfig.m_sRegistryPath), sLogDirPath, CleanPath(sResultDirPath) };
         const bool bSxS = rConfig.IsSxS();
-        log.Error(L"Repository: %s", Paths.sRepository);
-        log.Error(L"Nuvex     : %s", Paths.sNuvex);
-        log.Error(L"Registry  : %s", Paths.sRegistry);
-        log.Error(L"SxS       : %s", bSxS ? L"true" : L"false");
+        log.Note(L"Repository: %s", Paths.sRepository);
+        log.Note(L"Nuvex     : %s", Paths.sNuvex);
+        log.Note(L"Registry  : %s", Paths.sRegistry);
+        log.Note(L"SxS       : %s", bSxS ? L"true" : L"false");
         for (const CStage& rStage : MakeStages(Paths, bSilent, bSxS))
             RunStage(log, sProgramPath, rStage);
     });
@@ -76,7 +76,7 @@ void CCollectInfoManager::RunStage(const CFunctionLog& log, const std::wstring& 
     m_Progress.Update(rStage.nPosition, rStage.pText);
     DWORD dwExitCode = 1;
     const HRESULT hr = COpdExecFile::Execute(sProgramPath, rStage.sCommand, &dwExitCode);
-    log.Error(L"[Command] %s [0x%08X]", rStage.sCommand, dwExitCode);
+    log.Note(L"[Command] %s [0x%08X]", rStage.sCommand, dwExitCode);
     Tolerate(log, hr, L"COpdExecFile::Execute( %s ) failed. [0x%08X]", rStage.sCommand);
     if (dwExitCode != 0)
         log.Warning(L"COpdExecFile::Execute( %s ) failed. [ExitCode:%u]", rStage.sCommand, dwExitCode);

@@ -8,11 +8,11 @@
 #include <map>
 #include <optional>
 
+#include "collect/CollectorFolders.h"
 #include "collect/CollectorUtil.h"
 #include "log/FunctionLog.h"
 #include "platform/ComInit.h"
 #include "platform/ComText.h"
-#include "platform/HResult.h"
 #include "platform/Path.h"
 
 using Microsoft::WRL::ComPtr;
@@ -85,17 +85,6 @@ private:
     std::wstring m_sDirPath;
     std::map<std::wstring, std::optional<CVersionResource::CFixed>> m_Versions;
 };
-
-std::wstring SystemDirPath(const CFunctionLog& log)
-{
-    std::wstring sPath = SystemFolder(::GetSystemDirectoryW);
-    if (sPath.empty())
-    {
-        const HRESULT hr = LastErrorResult();
-        log.Throw(hr, L"GetSystemDirectory() failed.[0x%0x%08X]", hr, hr);
-    }
-    return sPath;
-}
 
 // One property of the diagnostics' system part, of the wanted variant type.
 void ReadProperty(const CFunctionLog& log, IDxDiagContainer* pContainer, const wchar_t* pName, VARTYPE wType,
@@ -177,7 +166,7 @@ HRESULT CCollectorUtil::GetDirectXVerionViaFileVersions(DWORD& rdwMajor, DWORD& 
     CFunctionLog log;
     return log.Run([&] {
         const COpdComInit com;
-        CSystemFiles files(SystemDirPath(log));
+        CSystemFiles files(RequireSystemFolder(log, ::GetSystemDirectoryW, L"GetSystemDirectory"));
         rdwMajor = rdwMinor = 0;
         rcLetter = NoLetter;
         bool bHeld = false;

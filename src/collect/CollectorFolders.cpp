@@ -4,11 +4,15 @@
 #include "platform/HResult.h"
 #include "platform/Path.h"
 
-void CreateOutputFolder(const CFunctionLog& log, const std::wstring& sOutDirPath, CFormat<std::wstring, HRESULT> failed)
+HRESULT MakeOutputFolder(const std::wstring& sOutDirPath)
 {
     // Joined with a name, an empty folder would mean the current one or the drive's root.
-    log.Check(sOutDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath), failed,
-              sOutDirPath);
+    return sOutDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sOutDirPath);
+}
+
+void CreateOutputFolder(const CFunctionLog& log, const std::wstring& sOutDirPath, CFormat<std::wstring, HRESULT> failed)
+{
+    log.Check(MakeOutputFolder(sOutDirPath), failed, sOutDirPath);
 }
 
 std::wstring RequireShellFolder(const CFunctionLog& log, int nCsidl, const wchar_t* pName)
@@ -21,7 +25,14 @@ std::wstring RequireShellFolder(const CFunctionLog& log, int nCsidl, const wchar
     return sPath;
 }
 
-HRESULT OpenMachineKey(const std::wstring& sPath, CRegKey& rKey)
+std::wstring RequireSystemFolder(const CFunctionLog& log, UINT(WINAPI* pGet)(LPWSTR, UINT), const wchar_t* pName)
 {
-    return ResultOf(rKey.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ));
+    std::wstring sPath = SystemFolder(pGet);
+    if (sPath.empty())
+    {
+        // The doubled prefix stands in every log of the field.
+        const HRESULT hr = LastErrorResult();
+        log.Throw(hr, L"%s() failed.[0x%0x%08X]", pName, hr, hr);
+    }
+    return sPath;
 }

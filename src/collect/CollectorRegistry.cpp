@@ -108,7 +108,7 @@ HRESULT CCollectorUtil::OutputRegSubKey(HKEY hKey, const std::wstring& sPath, CR
             const std::wstring sSubPath = FormatText(L"%s\\%s", sPath, sName);
             rResultLog.WriteLine(L"  [%s]", sSubPath);
             CRegKey reg;
-            if (reg.Open(HKEY_LOCAL_MACHINE, sSubPath, KEY_READ) != ERROR_SUCCESS)
+            if (OpenMachineKey(sSubPath, reg) != ERROR_SUCCESS)
             {
                 log.Warning(L"CRegKey::Open( HKEY_LOCAL_MACHINE ) failed.");
                 continue;

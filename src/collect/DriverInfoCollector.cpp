@@ -1,7 +1,6 @@
 #include "collect/DriverInfoCollector.h"
 
 #include <shlobj.h>
-#include <shlwapi.h>
 
 #include "collect/CollectorFolders.h"
 #include "collect/CollectorUtil.h"
@@ -14,7 +13,7 @@ HRESULT CDriverInfoCollector::Collect(const std::wstring& sOutDirPath)
     return log.Run([&] {
         CreateOutputFolder(log, sOutDirPath);
         const std::wstring sDirPath = JoinPath(RequireShellFolder(log, CSIDL_SYSTEM, L"CSIDL_SYSTEM"), L"drivers");
-        if (!::PathIsDirectoryW(sDirPath.c_str()))
+        if (!FolderExists(sDirPath))
             log.Throw(E_FAIL, L"A directory is not found. [%s]", sDirPath);
         CCollectorUtil::OutputVlmFileList(sDirPath, JoinPath(sOutDirPath, L"Drivers.csv"));
     });

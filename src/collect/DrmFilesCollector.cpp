@@ -80,7 +80,7 @@ bool IsEndless(const std::wstring& sSource)
     COpdFileHelper::EnumFiles(sSource, Names);
     return std::ranges::any_of(Names, [&](const std::wstring& sName) {
         const std::wstring sPath = EntryPath(sParent, sName);
-        return IsFolder(::GetFileAttributesW(sPath.c_str())) && LeadsUpwards(trail, sPath);
+        return FolderExists(sPath) && LeadsUpwards(trail, sPath);
     });
 }
 
@@ -144,7 +144,7 @@ void CDrmFilesCollector::AddOldRoots(std::vector<CCopyJob>& rJobs)
     for (const auto& rRoot : OldRoots)
     {
         const std::wstring sPath = sWindows + L".old" + rRoot.pPath;
-        if (IsFolder(::GetFileAttributesW(sPath.c_str())))
+        if (FolderExists(sPath))
             rJobs.push_back({ sPath, rRoot.pSuffix });
     }
 }

@@ -1,7 +1,6 @@
 #include "collect/InstallerInfoCollector.h"
 
 #include <shlobj.h>
-#include <shlwapi.h>
 
 #include "collect/CollectorFolders.h"
 #include "collect/CollectorUtil.h"
@@ -16,7 +15,7 @@ namespace
 void ListInstallShield(const std::wstring& sRootPath, const std::wstring& sCsvPath)
 {
     const std::wstring sDirPath = JoinPath(sRootPath, L"InstallShield Installation Information");
-    if (::PathIsDirectoryW(sDirPath.c_str()))
+    if (FolderExists(sDirPath))
         CCollectorUtil::OutputVlmFileList(sDirPath, sCsvPath);
 }
 
@@ -51,7 +50,7 @@ HRESULT CInstallerInfoCollector::OutputWindowsInstallerFileList(const std::wstri
     return log.Run([&] {
         const std::wstring sDirPath = JoinPath(RequireShellFolder(log, CSIDL_WINDOWS, L"CSIDL_WINDOWS"), L"Installer");
         // Every Windows has this one.
-        if (!::PathIsDirectoryW(sDirPath.c_str()))
+        if (!FolderExists(sDirPath))
             log.Throw(E_FAIL, L"A directory is not found. [%s]", sDirPath);
         CCollectorUtil::OutputVlmFileList(sDirPath, sCsvPath);
     });

@@ -41,7 +41,7 @@ void CopyTemporaryLog(const CFunctionLog& log, const std::wstring& sInstallerDir
     }
     const std::wstring sSource = JoinPath(aTemp, L"VlmInstall\\vlminstlog.txt");
     const std::wstring sTarget = JoinPath(sInstallerDirPath, L"vlminstlog.txt");
-    if (!FileExists(sSource) || ::CopyFileW(sSource.c_str(), sTarget.c_str(), FALSE))
+    if (!PathExists(sSource) || ::CopyFileW(sSource.c_str(), sTarget.c_str(), FALSE))
         return;
     const HRESULT hr = LastErrorResult();
     log.Warning(L"::CopyFile( %s, %s ) failed. [0x%08X]", sSource, sTarget, hr);
@@ -73,7 +73,7 @@ HRESULT CLogCollector::Collect(const std::wstring& sRepositoryDirPath, const std
         if (!bSxS)
         {
             const std::wstring sInstallerDirPath = EntryPath(sOutDirPath, L"installer");
-            if (!FileExists(sInstallerDirPath))
+            if (!PathExists(sInstallerDirPath))
                 CreateOutputFolder(log, sInstallerDirPath,
                                    L"COpdDirectoryHelper::CreateDirectoryEx( \"%s\" ) failed.[0x%08X]");
             Tolerate(log, CollectInstallerLog(sInstallerDirPath),

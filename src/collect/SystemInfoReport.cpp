@@ -143,7 +143,7 @@ HRESULT CSystemInfoCollector::OutputMicrosoftHotfix()
     return log.Run([&] {
         const std::wstring sPath = L"SOFTWARE\\Microsoft\\Updates";
         CRegKey reg;
-        const DWORD dwError = reg.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ);
+        const DWORD dwError = OpenMachineKey(sPath, reg);
         if (dwError != ERROR_SUCCESS)
             ThrowWin32(log, dwError, L"CRegKey::Open( \"HKLM\\%s\" ) failed. [%d]", sPath);
         WriteLine(L"  [%s]", sPath);

@@ -10,8 +10,8 @@
 #include <array>
 #include <set>
 
+#include "collect/CollectorFolders.h"
 #include "log/FunctionLog.h"
-#include "opdutility/OpdFileHelper.h"
 #include "platform/AnsiText.h"
 #include "platform/FirmwareTable.h"
 #include "platform/HResult.h"
@@ -131,10 +131,8 @@ std::wstring collectUniqueInfo(const std::wstring& sPath)
         AddProcessor(text);
         AddSystemVolume(text);
         AddAdapters(text);
-        // A bare name would mean the current folder.
         const std::wstring sDirPath = DirectoryPart(sPath);
-        Check(sDirPath.empty() ? E_INVALIDARG : COpdDirectoryHelper::CreateDirectoryExW(sDirPath),
-              L"COpdDirectoryHelper::CreateDirectoryEx", sDirPath);
+        Check(MakeOutputFolder(sDirPath), L"COpdDirectoryHelper::CreateDirectoryEx", sDirPath);
         const CFileHandle hFile(
             ::CreateFileW(sPath.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         Check(hFile ? S_OK : LastErrorResult(), L"::CreateFile", sPath);

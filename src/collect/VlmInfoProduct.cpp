@@ -1,5 +1,4 @@
 // What the registry and the product's own object tell: version, region, area code, patches, services.
-#include "collect/CollectorFolders.h"
 #include "collect/CollectorUtil.h"
 #include "collect/ProductObjects.h"
 #include "collect/VlmInfoCollector.h"
@@ -47,7 +46,7 @@ HRESULT CVlmInfoCollector::OutputVelmoraVersion(const std::wstring& sRegistryPat
     CFunctionLog log;
     return log.Run([&] {
         CRegKey reg;
-        CheckTelling(log, OpenMachineKey(sRegistryPath, reg), OpenFailed, sRegistryPath);
+        CheckTelling(log, ResultOf(OpenMachineKey(sRegistryPath, reg)), OpenFailed, sRegistryPath);
         const wchar_t* const pName = L"InstallerVersion";
         std::wstring sVersion;
         CheckTelling(log, ResultOf(reg.QueryStringValue(pName, sVersion, VersionCapacity)), QueryFailed, pName);
@@ -76,7 +75,7 @@ HRESULT CVlmInfoCollector::OutputVlmAreaCode(const std::wstring& sRegistryPath)
     return log.Run([&] {
         const std::wstring sPath = sRegistryPath + AreaKey;
         CRegKey reg;
-        CheckTelling(log, OpenMachineKey(sPath, reg), OpenFailed, sPath);
+        CheckTelling(log, ResultOf(OpenMachineKey(sPath, reg)), OpenFailed, sPath);
         DWORD dwAreaCode = 0;
         const HRESULT hr = ResultOf(reg.QueryDwordValue(L"AreaCode", dwAreaCode));
         if (FAILED(hr))
@@ -91,7 +90,7 @@ HRESULT CVlmInfoCollector::OutputLimitedPatchVersion()
     return log.Run([&] {
         const std::wstring sUninstall = UninstallPath;
         CRegKey reg;
-        CheckTelling(log, OpenMachineKey(sUninstall, reg), OpenFailed, sUninstall);
+        CheckTelling(log, ResultOf(OpenMachineKey(sUninstall, reg)), OpenFailed, sUninstall);
         UINT32 nPatches = 0;
         std::wstring sName;
         for (DWORD nIndex = 0; EnumSubKey(reg.Get(), nIndex, sName, KeyNameCapacity) == ERROR_SUCCESS; ++nIndex)
@@ -109,7 +108,7 @@ HRESULT CVlmInfoCollector::OutputLimitedPatchVersion()
 bool CVlmInfoCollector::OutputPatchName(const CFunctionLog& log, const std::wstring& sKeyPath)
 {
     CRegKey reg;
-    const HRESULT hrOpen = OpenMachineKey(sKeyPath, reg);
+    const HRESULT hrOpen = ResultOf(OpenMachineKey(sKeyPath, reg));
     if (FAILED(hrOpen))
     {
         Tell(log, hrOpen, OpenFailed, sKeyPath);

@@ -22,7 +22,7 @@ constexpr DWORD LocationCapacity = 1024; // characters
 std::wstring ReadProductValue(const CFunctionLog& log, const wchar_t* pName)
 {
     CRegKey reg;
-    DWORD dwStatus = reg.Open(HKEY_LOCAL_MACHINE, ProductKey, KEY_READ);
+    DWORD dwStatus = OpenMachineKey(ProductKey, reg);
     if (dwStatus != ERROR_SUCCESS)
         log.ThrowCode(HResultFromWin32(dwStatus), L"reg.Open( \"%s\" ) failed.[0x%08X]", ProductKey);
     std::wstring sValue;
@@ -50,7 +50,7 @@ std::wstring ProductFolder(const CFunctionLog& log, const wchar_t* pValueName, c
     if (SUCCEEDED(CFunctionLog::Try([&] { sPath = ReadProductValue(log, pValueName); })))
         return sPath;
     sPath = ShellFolder(log, CSIDL_PROGRAM_FILES_COMMON, L"CSIDL_PROGRAM_FILES_COMMON") + pFallback;
-    log.Error(L"%s path : %s", pLogName, sPath);
+    log.Note(L"%s path : %s", pLogName, sPath);
     return sPath;
 }
 
@@ -152,7 +152,7 @@ void CConfigFile::LoadMachine(const CFunctionLog& log)
     }
     SYSTEM_INFO SystemInfo{};
     pGetNativeSystemInfo(&SystemInfo);
-    log.Error(L"SystemInfo.wProcessorArchitecture = %u", SystemInfo.wProcessorArchitecture);
+    log.Note(L"SystemInfo.wProcessorArchitecture = %u", SystemInfo.wProcessorArchitecture);
     if (SystemInfo.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_INTEL)
         m_nMachine = Machine_X86;
     else if (SystemInfo.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_AMD64)

@@ -19,22 +19,9 @@ namespace
 constexpr UINT32 Range = 70;
 constexpr DWORD TextCapacity = 1024; // characters
 
-// GetWindowsDirectoryW or GetSystemDirectoryW.
-std::wstring RequireSystemFolder(const CFunctionLog& log, UINT(WINAPI* pGet)(LPWSTR, UINT), const wchar_t* pName)
-{
-    std::wstring sPath = SystemFolder(pGet);
-    if (sPath.empty())
-    {
-        // The doubled prefix stands in every log of the field.
-        const HRESULT hr = LastErrorResult();
-        log.Throw(hr, L"%s() failed.[0x%0x%08X]", pName, hr, hr);
-    }
-    return sPath;
-}
-
 void OpenKey(const CFunctionLog& log, CRegKey& rKey, const wchar_t* pPath)
 {
-    const DWORD dwStatus = rKey.Open(HKEY_LOCAL_MACHINE, pPath, KEY_READ);
+    const DWORD dwStatus = OpenMachineKey(pPath, rKey);
     if (dwStatus != ERROR_SUCCESS)
         log.Fail(E_FAIL, L"CRegKey::Open( \"%s\" ) failed. [%d]", pPath, dwStatus);
 }

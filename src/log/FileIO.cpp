@@ -28,14 +28,7 @@ std::wstring ExpandLocation(std::wstring sLocation, const SYSTEMTIME& rNow)
     return sLocation;
 }
 
-// The folder with its backslash, made when missing; empty when there is none afterwards.
-std::wstring MakeFolder(const std::wstring& sPath)
-{
-    if (!FileExists(sPath))
-        ::SHCreateDirectoryExW(nullptr, sPath.c_str(), nullptr);
-    return FileExists(sPath) ? WithTrailingBackslash(sPath) : std::wstring();
-}
-
+// With its backslash; empty when there is none.
 std::wstring FolderOfLocation(const std::wstring& sLocation)
 {
     if (sLocation == L"desktop")
@@ -46,13 +39,12 @@ std::wstring FolderOfLocation(const std::wstring& sLocation)
     // "current" is the program's folder and not the process's current one.
     if (sLocation.empty() || sLocation == L"current")
         return {};
-    if (sLocation.starts_with(L'.'))
-        return MakeFolder(JoinPath(ModuleDirPath(), sLocation));
-    const std::wstring sPath = WithoutTrailingBackslash(sLocation);
-    const DWORD dwAttributes = ::GetFileAttributesW(sPath.c_str());
-    if (dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+    const bool bFromProgram = sLocation.starts_with(L'.');
+    const std::wstring sPath = bFromProgram ? JoinPath(ModuleDirPath(), sLocation)
+                                            : WithoutTrailingBackslash(sLocation);
+    if (!bFromProgram && PathExists(sPath) && !FolderExists(sPath))
         return sPath.substr(0, sPath.size() - FileNamePart(sPath).size());
-    return MakeFolder(sPath);
+    return MakeFolder(sPath) == ERROR_SUCCESS ? WithTrailingBackslash(sPath) : std::wstring();
 }
 
 } // namespace
@@ -93,14 +85,14 @@ LONG CFileIO::Close()
 
 void CFileIO::WriteLine(const wchar_t* pText)
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     WriteText(pText);
     WriteText(L"\r\n");
 }
 
 void CFileIO::WriteText(const wchar_t* pText)
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     if (!m_hFile)
         OpenFile();
     if (m_hFile)
@@ -109,7 +101,7 @@ void CFileIO::WriteText(const wchar_t* pText)
 
 void CFileIO::Flush()
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     if (m_bAutoFlush && m_hFile)
         ::FlushFileBuffers(m_hFile.Get());
 }
@@ -118,7 +110,7 @@ void CFileIO::Flush()
 void CFileIO::OpenFile()
 {
     const std::wstring sFirst = m_sPath;
-    for (int n = 1; n <= 99 && FileExists(m_sPath); ++n)
+    for (int n = 1; n <= 99 && PathExists(m_sPath); ++n)
         m_sPath = WithNameTail(sFirst, FormatText(L"[%02d]", n));
     m_hFile = OpenLogFile(m_sPath, GENERIC_WRITE, nullptr, m_eEncoding);
 }

@@ -42,7 +42,7 @@ enum class Marker
     Warning,   // a failure that is reported and ends nothing
     Exception, // a record that writes and throws in one step
     Judge,     // a tolerated outcome of a test
-    Error,     // a failure in a clean-up or in one entry of many, and plain progress lines
+    Error,     // a failure in a clean-up or in one entry of many; also plain progress, which has none of its own
 };
 
 struct CRecord
@@ -171,6 +171,12 @@ public:
     }
     template <typename... Args>
     void Error(CFormat<Args...> format, const Args&... args) const
+    {
+        Write(opLogSys::Marker::Error, format, args...);
+    }
+    // Plain progress.
+    template <typename... Args>
+    void Note(CFormat<Args...> format, const Args&... args) const
     {
         Write(opLogSys::Marker::Error, format, args...);
     }

@@ -28,7 +28,7 @@ void WriteBytes(HANDLE hFile, const std::string& sBytes)
 CFileHandle OpenLogFile(std::wstring& rsPath, DWORD dwAccess, SECURITY_ATTRIBUTES* pSecurity, Encoding eEncoding)
 {
     CFileHandle hFile = CreateForAppending(rsPath, dwAccess, pSecurity);
-    if (!hFile && FileExists(rsPath))
+    if (!hFile && PathExists(rsPath))
     {
         for (int n = 0; n <= 99 && !hFile; ++n)
         {

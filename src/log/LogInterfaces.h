@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/Lock.h"
 #include "platform/Win32.h"
 
 namespace opLogSys
@@ -170,27 +171,11 @@ private:
 class CCriticalSection final : public ILockObject
 {
 public:
-    CCriticalSection() { ::InitializeCriticalSection(&m_Section); }
-    ~CCriticalSection() { ::DeleteCriticalSection(&m_Section); }
-    CCriticalSection(const CCriticalSection&) = delete;
-    CCriticalSection& operator=(const CCriticalSection&) = delete;
-    void Lock() override { ::EnterCriticalSection(&m_Section); }
-    void Unlock() override { ::LeaveCriticalSection(&m_Section); }
+    void Lock() override { m_Lock.Lock(); }
+    void Unlock() override { m_Lock.Unlock(); }
 
 private:
-    CRITICAL_SECTION m_Section;
-};
-
-class CLockScope
-{
-public:
-    explicit CLockScope(ILockObject& rLock) : m_rLock(rLock) { m_rLock.Lock(); }
-    ~CLockScope() { m_rLock.Unlock(); }
-    CLockScope(const CLockScope&) = delete;
-    CLockScope& operator=(const CLockScope&) = delete;
-
-private:
-    ILockObject& m_rLock;
+    CLock m_Lock;
 };
 
 // ILogIO's Open and Close as a scope.

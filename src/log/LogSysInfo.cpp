@@ -37,7 +37,7 @@ void CLogSysInfo::SetFactory(IOutputLogSystemFactory* pFactory)
 
 HRESULT CLogSysInfo::COutputLogState::IsTarget(const std::wstring& sSubject, LONG nLevel)
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     const bool bPasses = std::ranges::any_of(m_Entries, [&](const CEntry& rEntry) {
         return rEntry.sSubject == sSubject && rEntry.nMinLevel <= nLevel && nLevel <= rEntry.nMaxLevel;
     });
@@ -46,13 +46,13 @@ HRESULT CLogSysInfo::COutputLogState::IsTarget(const std::wstring& sSubject, LON
 
 HRESULT CLogSysInfo::COutputLogState::HasEntries()
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     return m_Entries.empty() ? E_FAIL : S_OK;
 }
 
 void CLogSysInfo::COutputLogState::AddFilter(const std::wstring& sSubject, LONG nMinLevel, LONG nMaxLevel)
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     // The new lower level plays no part in the search: an entry is replaced even where the two ranges hardly meet.
     const auto itEntry = std::ranges::find_if(m_Entries, [&](const CEntry& rEntry) {
         return rEntry.sSubject == sSubject && rEntry.nMinLevel <= nMaxLevel && nMaxLevel <= rEntry.nMaxLevel;
@@ -67,7 +67,7 @@ CLogSysInfoFromXML::CLogSysInfoFromXML(const std::wstring& sFilePath)
     : m_sFilePath(sFilePath),
       m_pInner(Common::CReference<CLogSysInfo>::Own(new CLogSysInfo))
 {
-    if (!FileExists(m_sFilePath))
+    if (!PathExists(m_sFilePath))
         return;
     const COpdComInit com;
     Load();

@@ -30,7 +30,7 @@ CLogSystem::CLogSystem(CLogSystemSettings settings, ILogSysInfo& rInfo)
 
 Common::CReference<ILog> CLogSystem::GetThreadLog()
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CSubject& rSubject = m_Subjects[m_Settings.sName];
     if (!rSubject.pOutput)
         rSubject.pOutput = Common::CReference<ILogIO>::Own(
@@ -45,7 +45,7 @@ Common::CReference<ILog> CLogSystem::GetThreadLog()
 
 void CLogSystem::WriteErrorLog(const wchar_t* pText)
 {
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     MakeErrorLog();
     const Common::CReference<ILog> pErrorLog = m_pErrorLog;
     if (!pErrorLog)

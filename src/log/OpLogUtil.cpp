@@ -43,7 +43,7 @@ CLogSystem* COpLogUtil::MakeLogSystem()
 {
     if (CLogSystem* const pMade = m_pLogSystem.load(std::memory_order_acquire))
         return pMade;
-    const Common::CLockScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     if (CLogSystem* const pMade = m_pLogSystem.load(std::memory_order_relaxed))
         return pMade;
 
@@ -69,16 +69,14 @@ CLogSystem* COpLogUtil::COpLogImp::GetLogSystem()
 
 bool COpLogUtil::COpLogImp::IsLogOn()
 {
-    CLogSystem* const pLogSystem = GetLogSystem();
-    return pLogSystem != nullptr && pLogSystem->GetFilter().HasEntries() == S_OK;
+    return CFunctionLog::IsTraceOn();
 }
 
 bool COpLogUtil::COpLogImp::EnableBreak(const wchar_t* pValueName)
 {
     CRegKey reg;
     DWORD dwValue = 1;
-    const bool bRead = reg.Open(HKEY_LOCAL_MACHINE, m_pFacade->m_rConfig.GetRegistryPath(), KEY_READ) ==
-                           ERROR_SUCCESS &&
+    const bool bRead = OpenMachineKey(m_pFacade->m_rConfig.GetRegistryPath(), reg) == ERROR_SUCCESS &&
                        reg.QueryDwordValue(pValueName, dwValue) == ERROR_SUCCESS;
     return !bRead || dwValue != 0;
 }

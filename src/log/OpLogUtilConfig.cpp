@@ -26,13 +26,9 @@ std::wstring COpLogPathForZenthar::GetPath()
     if (!GetSpecialFolder(CSIDL_COMMON_APPDATA, true, sAppData))
         throw LastErrorResult();
     const std::wstring sDirPath = JoinPath(JoinPath(sAppData, L"Tolvane Corporation"), L"Velmora");
-    if (!FileExists(sDirPath))
-    {
-        CSupportUsersDescriptor security;
-        const int nError = ::SHCreateDirectoryExW(nullptr, sDirPath.c_str(), security.Attributes(FALSE));
-        // Another process of the run may have been faster.
-        if (nError != ERROR_SUCCESS && !FileExists(sDirPath))
-            throw HResultFromWin32(static_cast<DWORD>(nError));
-    }
+    CSupportUsersDescriptor security;
+    const DWORD dwStatus = MakeFolder(sDirPath, security.Attributes(FALSE));
+    if (dwStatus != ERROR_SUCCESS)
+        throw HResultFromWin32(dwStatus);
     return JoinPath(sDirPath, m_sFileName);
 }

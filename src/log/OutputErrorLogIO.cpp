@@ -120,14 +120,14 @@ void COutputErrorLogIO::CloseFile()
     if (bTooLarge && m_bTrim)
         Trim(Size.QuadPart);
     m_hFile.Close();
-    if (bTooLarge && !m_bTrim && FileExists(m_sPath))
+    if (bTooLarge && !m_bTrim && PathExists(m_sPath))
         KeepAsBackup();
 }
 
 void COutputErrorLogIO::KeepAsBackup() const
 {
     const std::wstring sBackup = m_sPath + L".bak";
-    if (FileExists(sBackup))
+    if (PathExists(sBackup))
     {
         ::SetFileAttributesW(sBackup.c_str(),
                              ::GetFileAttributesW(sBackup.c_str()) & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));

@@ -1,7 +1,5 @@
 #include "platform/AppModule.h"
 
-#include "platform/HResult.h"
-
 int CMessageLoop::Run()
 {
     MSG Message{};
@@ -23,33 +21,24 @@ int CMessageLoop::Run()
 
 HRESULT CAppModule::Init()
 {
-    if (!::InitializeCriticalSectionAndSpinCount(&m_Lock, 0))
-        return LastErrorResult();
-    m_bLockMade = true;
     m_dwMainThreadId = ::GetCurrentThreadId();
-    return S_OK;
+    return MakeLock(m_Lock);
 }
 
 void CAppModule::Term()
 {
     m_Loops.clear();
-    if (m_bLockMade)
-        ::DeleteCriticalSection(&m_Lock);
-    m_bLockMade = false;
+    m_Lock.reset();
 }
 
 bool CAppModule::AddMessageLoop(CMessageLoop* pLoop)
 {
-    ::EnterCriticalSection(&m_Lock);
-    const bool bAdded = m_Loops.emplace(::GetCurrentThreadId(), pLoop).second;
-    ::LeaveCriticalSection(&m_Lock);
-    return bAdded;
+    const CLockScope lock(*m_Lock); // NOLINT(bugprone-unchecked-optional-access): there is one from Init to Term
+    return m_Loops.emplace(::GetCurrentThreadId(), pLoop).second;
 }
 
 bool CAppModule::RemoveMessageLoop()
 {
-    ::EnterCriticalSection(&m_Lock);
-    const bool bRemoved = m_Loops.erase(::GetCurrentThreadId()) != 0;
-    ::LeaveCriticalSection(&m_Lock);
-    return bRemoved;
+    const CLockScope lock(*m_Lock); // NOLINT(bugprone-unchecked-optional-access): there is one from Init to Term
+    return m_Loops.erase(::GetCurrentThreadId()) != 0;
 }

@@ -3,7 +3,9 @@
 
 #include <atomic>
 #include <map>
+#include <optional>
 
+#include "platform/Lock.h"
 #include "platform/Win32.h"
 
 // The standard message loop of a thread.
@@ -41,7 +43,6 @@ public:
 
 private:
     DWORD m_dwMainThreadId = 0;
-    bool m_bLockMade = false;
-    CRITICAL_SECTION m_Lock{};
+    std::optional<CLock> m_Lock; // from Init to Term
     std::map<DWORD, CMessageLoop*> m_Loops;
 };

@@ -36,7 +36,13 @@ public:
         return &m_pText;
     }
     [[nodiscard]] BSTR Detach() { return std::exchange(m_pText, nullptr); }
-    std::wstring Text() const { return std::wstring(m_pText != nullptr ? m_pText : L"", ::SysStringLen(m_pText)); }
+    std::wstring Text() const { return TextOf(m_pText); }
+
+    // A null one is the empty text.
+    static std::wstring TextOf(BSTR pText)
+    {
+        return std::wstring(pText != nullptr ? pText : L"", ::SysStringLen(pText));
+    }
 
 private:
     BSTR m_pText = nullptr;
@@ -62,12 +68,7 @@ public:
         return &m_Value;
     }
     bool IsText() const { return m_Value.vt == VT_BSTR; }
-    std::wstring Text() const
-    {
-        return IsText()
-                   ? std::wstring(m_Value.bstrVal != nullptr ? m_Value.bstrVal : L"", ::SysStringLen(m_Value.bstrVal))
-                   : std::wstring();
-    }
+    std::wstring Text() const { return IsText() ? CBstr::TextOf(m_Value.bstrVal) : std::wstring(); }
 
 private:
     VARIANT m_Value;

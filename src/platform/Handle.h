@@ -26,7 +26,6 @@ public:
 
     explicit operator bool() const { return m_Value != Traits::Invalid(); }
     Type Get() const { return m_Value; }
-    Type operator->() const { return m_Value; }
 
     // Closes what is held and gives the address for a call that fills in a new value.
     Type* Put()

@@ -60,9 +60,23 @@ std::wstring WithNameTail(const std::wstring& sPath, const std::wstring& sTail)
     return sResult.insert(nDot == sPath.npos || nDot < nName ? sPath.size() : nDot, sTail);
 }
 
-bool FileExists(const std::wstring& sPath)
+bool PathExists(const std::wstring& sPath)
 {
     return ::GetFileAttributesW(sPath.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+bool FolderExists(const std::wstring& sPath)
+{
+    return IsFolder(::GetFileAttributesW(sPath.c_str()));
+}
+
+DWORD MakeFolder(const std::wstring& sPath, SECURITY_ATTRIBUTES* pSecurity)
+{
+    if (PathExists(sPath))
+        return ERROR_SUCCESS;
+    const int nError = ::SHCreateDirectoryExW(nullptr, sPath.c_str(), pSecurity);
+    // Another process of the run may have been faster.
+    return PathExists(sPath) ? ERROR_SUCCESS : static_cast<DWORD>(nError);
 }
 
 std::wstring SystemFolder(UINT(WINAPI* pGet)(LPWSTR, UINT))

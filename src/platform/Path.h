@@ -24,14 +24,19 @@
 // The path with sTail between its name and its extension.
 [[nodiscard]] std::wstring WithNameTail(const std::wstring& sPath, const std::wstring& sTail);
 
-// True for a file or folder that is there.
-[[nodiscard]] bool FileExists(const std::wstring& sPath);
-
 // True for the attributes of a folder. INVALID_FILE_ATTRIBUTES, whose bits are all set, are none.
 [[nodiscard]] constexpr bool IsFolder(DWORD dwAttributes)
 {
     return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
+
+// Whether there is something of that name, and whether it is a folder.
+[[nodiscard]] bool PathExists(const std::wstring& sPath);
+[[nodiscard]] bool FolderExists(const std::wstring& sPath);
+
+// Makes the folder with the missing ones above it. ERROR_SUCCESS when there is something of that name before or
+// afterwards, be it a file, and whoever made it; otherwise the platform's status.
+DWORD MakeFolder(const std::wstring& sPath, SECURITY_ATTRIBUTES* pSecurity = nullptr);
 
 // What GetSystemDirectoryW or GetWindowsDirectoryW gives; empty on failure (the last error then says why).
 [[nodiscard]] std::wstring SystemFolder(UINT(WINAPI* pGet)(LPWSTR, UINT));

@@ -40,6 +40,11 @@ DWORD CRegKey::QueryDwordValue(const wchar_t* pName, DWORD& rdwValue) const
     return ERROR_SUCCESS;
 }
 
+DWORD OpenMachineKey(const std::wstring& sPath, CRegKey& rKey)
+{
+    return rKey.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ);
+}
+
 DWORD EnumSubKey(HKEY hKey, DWORD nIndex, std::wstring& rsName, DWORD nCapacity, FILETIME* pLastWrite)
 {
     rsName.assign(nCapacity, L'\0');

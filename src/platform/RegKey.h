@@ -27,6 +27,9 @@ private:
     CRegKeyHandle m_hKey;
 };
 
+// Opens a key below HKEY_LOCAL_MACHINE to read, in the program's own view.
+[[nodiscard]] DWORD OpenMachineKey(const std::wstring& sPath, CRegKey& rKey);
+
 // The name of the subkey with that index, of less than nCapacity characters, and its time where it is wanted.
 [[nodiscard]] DWORD EnumSubKey(HKEY hKey, DWORD nIndex, std::wstring& rsName, DWORD nCapacity,
                                FILETIME* pLastWrite = nullptr);

@@ -1,7 +1,5 @@
 #include "sptioctl/SptIoCtlDebug.h"
 
-#include <shlobj.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -63,10 +61,8 @@ CSptIoCtlDebug::CSptIoCtlDebug()
 {
     // So that it works before anything is wrapped; without it the operations tell what is missing.
     static_cast<void>(CreateInstance<CSptIoCtl>(m_pSptIoCtl));
-    const std::wstring sPath = JoinPath(ModuleDirPath(), L"log.SCSI");
-    if (!FileExists(sPath))
-        ::SHCreateDirectoryExW(nullptr, sPath.c_str(), nullptr);
-    m_sLogDirPath = sPath;
+    m_sLogDirPath = JoinPath(ModuleDirPath(), L"log.SCSI");
+    MakeFolder(m_sLogDirPath);
 }
 
 HRESULT CSptIoCtlDebug::SetSptIoCtl(ISptIoCtl* pSptIoCtl)
@@ -186,7 +182,7 @@ CFileHandle CSptIoCtlDebug::CreateRecord(const std::wstring& sTail)
         const std::wstring sName = FormatText(L"SCSI_%04d%02d%02d_%02d%02d%02d%03d-%02d%s", Now.wYear, Now.wMonth,
                                               Now.wDay, Now.wHour, Now.wMinute, Now.wSecond, Now.wMilliseconds,
                                               m_nSequence, sTail);
-        if (FileExists(sName))
+        if (PathExists(sName))
         {
             ::Sleep(TryPause);
             continue;

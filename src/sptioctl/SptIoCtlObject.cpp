@@ -1,21 +1,7 @@
 #include "sptioctl/SptIoCtlObject.h"
 
-#include "platform/HResult.h"
-
 namespace sptioctl
 {
-
-CSptIoCtlObject::~CSptIoCtlObject()
-{
-    if (m_bSection)
-        ::DeleteCriticalSection(&m_Section);
-}
-
-HRESULT CSptIoCtlObject::Initialize()
-{
-    m_bSection = ::InitializeCriticalSectionAndSpinCount(&m_Section, 0) != FALSE;
-    return m_bSection ? S_OK : LastErrorResult();
-}
 
 HRESULT STDMETHODCALLTYPE CSptIoCtlObject::SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
                                                          BYTE* pASCQ)

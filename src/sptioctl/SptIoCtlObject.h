@@ -4,8 +4,10 @@
 #include <wrl/client.h>
 
 #include <new>
+#include <optional>
 
 #include "platform/ComObject.h"
+#include "platform/Lock.h"
 #include "sptioctl/SptIoCtlInterface.h"
 
 #include <ntddscsi.h>
@@ -46,7 +48,7 @@ class CSptIoCtlObject : public CComObjectT<ISptIoCtl>
 {
 public:
     // Before anything else is called; fails where there is no lock.
-    HRESULT Initialize();
+    HRESULT Initialize() { return MakeLock(m_Lock); }
 
     HRESULT STDMETHODCALLTYPE SendNoDataCmd(BYTE nCdbSize, const BYTE* pCdb, BYTE* pSenseKey, BYTE* pASC,
                                             BYTE* pASCQ) override;
@@ -64,15 +66,14 @@ public:
                                                    BYTE* pASCQ) override;
 
 protected:
-    ~CSptIoCtlObject() override;
+    ~CSptIoCtlObject() override = default;
 
 private:
     virtual HRESULT Send(const CCommand& rCommand) = 0;
 
     // Every object has its lock, and there is no object without one. The operations do not take it: an object is for
     // one thread at a time.
-    CRITICAL_SECTION m_Section;
-    bool m_bSection = false;
+    std::optional<CLock> m_Lock;
 };
 
 // A new object, held by a reference. Fails with E_OUTOFMEMORY, or with what kept it from being initialised.

@@ -53,7 +53,7 @@ TEST(CmdLineParam, KeepsToOneDatedFolderOnTheDesktop)
         "GetLocalTime", [](auto pTime) { *pTime = { 2099, 12, 4, 31, 23, 59, 58, 0 }; });
     EXPECT_EQ(CCmdLineParam().GetLogDirPath(sLog), S_OK);
     EXPECT_EQ(sResult, sLog + L"\\Log");
-    EXPECT_TRUE(FileExists(sResult));
+    EXPECT_TRUE(PathExists(sResult));
     EXPECT_EQ(DirectoryPart(sLog), folder / L"Velmora_Install_Status_log");
     EXPECT_THAT(Utf8(FileNamePart(sLog)), ::testing::MatchesRegex("20\\d\\d-\\d\\d-\\d\\d-\\d\\d\\d\\d\\d\\d"));
 }

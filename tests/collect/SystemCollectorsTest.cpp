@@ -53,7 +53,7 @@ TEST(SystemInfoCollector, WritesTheReport)
     }
     ExpectGolden(L"collect/Windows.txt", sReport + sTools, folder.Path());
     for (const wchar_t* const pName : { L"NtService.txt", L"RunningProcesses.txt", L"NetworkInfo.txt" })
-        EXPECT_TRUE(FileExists(folder / (std::wstring(L"new\\out\\") + pName))) << Utf8(pName);
+        EXPECT_TRUE(PathExists(folder / (std::wstring(L"new\\out\\") + pName))) << Utf8(pName);
 }
 
 // Without its diagnostics the PC's DirectX is told by the versions of its files: a threshold that is off by one, or a

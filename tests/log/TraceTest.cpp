@@ -37,7 +37,7 @@ TEST(Trace, FindsItsFolder)
     for (const auto& [sLocation, sFolder] : aCases)
     {
         EXPECT_EQ(Utf8(File::ResolveTraceFolder(sLocation, { 2024, 2, 0, 3, 4, 5, 6, 7 })), Utf8(sFolder));
-        EXPECT_TRUE(FileExists(sFolder)) << Utf8(sFolder);
+        EXPECT_TRUE(PathExists(sFolder)) << Utf8(sFolder);
     }
 }
 

@@ -9,10 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "app/CmdLineParam.h"
-#include "platform/Path.h"
 #include "support/FakePcIo.h"
 #include "support/GuardPages.h"
+#include "support/LogWatch.h"
 
 // More than usual where scripts/fuzz asks for it.
 inline unsigned FuzzRounds(unsigned nUsual)
@@ -29,9 +28,7 @@ public:
     CFuzz(unsigned nSeed, CFakePcIo& rIo) : Random(nSeed)
     {
         rIo.Tamper = [this](const auto&, CFakeRequest& rRequest, DWORD& rdwError) { Tamper(rRequest, rdwError); };
-        std::wstring sPath;
-        CCmdLineParam::OfThisProcess().GetResultDirPath(sPath);
-        rIo.Add(JoinPath(sPath, L"Kelvarin.log"), nullptr); // nor is there another one
+        rIo.Add(m_sLog, nullptr); // nor is there another one
     }
 
     // New garbage. A round's requests get the same, so that what a device is asked twice agrees.
@@ -87,6 +84,7 @@ private:
     }
 
     std::array<BYTE, 1021> m_Garbage{};
+    const std::wstring m_sLog = ErrorLogPath(); // while folders can still be seen
     CImportPatch<DWORD WINAPI(HANDLE, DWORD)> m_Wait{ "WaitForSingleObject", Always<DWORD, WAIT_OBJECT_0> };
     CImportPatch<BOOL WINAPI(HANDLE)> m_Release{ "ReleaseMutex", Always<BOOL, TRUE> };
     CImportPatch<DWORD WINAPI(LPCWSTR)> m_Attributes{ "GetFileAttributesW", Always<DWORD, INVALID_FILE_ATTRIBUTES> };

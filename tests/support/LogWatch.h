@@ -8,6 +8,14 @@
 #include "platform/Path.h"
 #include "support/TestFolder.h"
 
+// Where this process writes its records.
+inline std::wstring ErrorLogPath()
+{
+    std::wstring sPath;
+    CCmdLineParam::OfThisProcess().GetResultDirPath(sPath);
+    return JoinPath(sPath, L"Kelvarin.log");
+}
+
 class CLogWatch
 {
 public:
@@ -32,10 +40,8 @@ public:
 private:
     static std::string LogText(const wchar_t* pEnd = L"")
     {
-        std::wstring sPath;
-        CCmdLineParam::OfThisProcess().GetResultDirPath(sPath);
-        sPath = JoinPath(sPath, L"Kelvarin.log") + pEnd;
-        return FileExists(sPath) ? ReadBytes(sPath) : std::string();
+        const std::wstring sPath = ErrorLogPath() + pEnd;
+        return PathExists(sPath) ? ReadBytes(sPath) : std::string();
     }
 
     const std::size_t m_nStart = LogText().size(), m_nFull = LogText(L".bak").size();

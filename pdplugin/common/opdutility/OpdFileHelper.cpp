@@ -1,7 +1,6 @@
 #include "opdutility/OpdFileHelper.h"
 
 #include <shlobj.h>
-#include <shlwapi.h>
 
 #include "log/FunctionLog.h"
 #include "platform/Format.h"
@@ -16,7 +15,7 @@ HRESULT COpdDirectoryHelper::CreateDirectoryExW(const std::wstring& sPath)
     return log.Run([&]() -> HRESULT {
         const int nError = ::SHCreateDirectoryExW(nullptr, WithoutTrailingBackslash(sPath).c_str(), nullptr);
         if (nError == ERROR_SUCCESS || nError == ERROR_FILE_EXISTS || nError == ERROR_ALREADY_EXISTS)
-            return ::PathIsDirectoryW(sPath.c_str()) ? S_OK : E_UNEXPECTED;
+            return FolderExists(sPath) ? S_OK : E_UNEXPECTED;
         return HResultFromWin32(static_cast<DWORD>(nError));
     });
 }

@@ -2,8 +2,6 @@
 
 #include <process.h>
 
-#include <utility>
-
 #include "log/FunctionLog.h"
 #include "platform/HResult.h"
 
@@ -20,14 +18,12 @@ constexpr DWORD AllEvents = 1215;
 void COpdThread::End()
 {
     CFunctionLog log("COpdThread::~COpdThread");
-    const CSectionScope lock(m_Lock);
-    if (m_hThread == nullptr)
+    const CLockScope lock(m_Lock);
+    if (!m_hThread)
         return;
     // The destructor's own: nothing that overrides them is left.
     COpdThread::WaitThread(EndWait);
     COpdThread::Close();
-    if (m_hThread != nullptr)
-        ::CloseHandle(std::exchange(m_hThread, nullptr));
 }
 
 unsigned __stdcall COpdThread::Entry(void* pThread) noexcept
@@ -37,21 +33,21 @@ unsigned __stdcall COpdThread::Entry(void* pThread) noexcept
 
 HRESULT COpdThread::BeginThread(void*, unsigned nStackSize, unsigned nCreationFlags)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread != nullptr)
+        if (m_hThread)
             log.Fail(E_FAIL, L"m_hThread != 0");
-        m_hThread = reinterpret_cast<HANDLE>(
-            ::_beginthreadex(nullptr, nStackSize, Entry, this, nCreationFlags, &m_nThreadId));
-        if (m_hThread == nullptr)
+        m_hThread.Attach(
+            reinterpret_cast<HANDLE>(::_beginthreadex(nullptr, nStackSize, Entry, this, nCreationFlags, &m_nThreadId)));
+        if (!m_hThread)
             log.ThrowCode(LastErrorResult(E_FAIL), L"::_beginthreadex() failed. [0x%08X]");
     });
 }
 
 HRESULT COpdThread::WaitThread(DWORD dwTimeout)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         DWORD dwResult = WAIT_OBJECT_0;
@@ -63,12 +59,12 @@ HRESULT COpdThread::WaitThread(DWORD dwTimeout)
 
 HRESULT COpdThread::WaitThread(DWORD dwTimeout, DWORD& rdwResult)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread == nullptr)
+        if (!m_hThread)
             return;
-        const DWORD dwResult = ::WaitForSingleObject(m_hThread, dwTimeout);
+        const DWORD dwResult = ::WaitForSingleObject(m_hThread.Get(), dwTimeout);
         if (dwResult == WAIT_FAILED)
             log.ThrowCode(LastErrorResult(E_FAIL), L"::WaitForSingleObject( m_hThread ) failed. [0x%08X]");
         rdwResult = dwResult;
@@ -77,12 +73,12 @@ HRESULT COpdThread::WaitThread(DWORD dwTimeout, DWORD& rdwResult)
 
 HRESULT COpdThread::ResumeThread(DWORD* pdwPreviousCount)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread == nullptr)
+        if (!m_hThread)
             log.Fail(E_UNEXPECTED, L"m_hThread == 0");
-        const DWORD dwCount = ::ResumeThread(m_hThread);
+        const DWORD dwCount = ::ResumeThread(m_hThread.Get());
         if (dwCount == static_cast<DWORD>(-1))
             log.ThrowCode(LastErrorResult(E_FAIL), L"::ResumeThread( m_hThread ) failed. [0x%08X]");
         if (pdwPreviousCount != nullptr)
@@ -92,12 +88,12 @@ HRESULT COpdThread::ResumeThread(DWORD* pdwPreviousCount)
 
 HRESULT COpdThread::SuspendThread(DWORD* pdwPreviousCount)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread == nullptr)
+        if (!m_hThread)
             log.Fail(E_UNEXPECTED, L"m_hThread == 0");
-        const DWORD dwCount = ::SuspendThread(m_hThread);
+        const DWORD dwCount = ::SuspendThread(m_hThread.Get());
         if (dwCount == static_cast<DWORD>(-1))
             log.ThrowCode(LastErrorResult(E_FAIL), L"::SuspendThread( m_hThread ) failed. [0x%08X]");
         if (pdwPreviousCount != nullptr)
@@ -107,17 +103,17 @@ HRESULT COpdThread::SuspendThread(DWORD* pdwPreviousCount)
 
 HRESULT COpdThread::GetExitCodeThread(DWORD& rdwExitCode)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (!::GetExitCodeThread(m_hThread, &rdwExitCode))
+        if (!::GetExitCodeThread(m_hThread.Get(), &rdwExitCode))
             log.ThrowCode(LastErrorResult(E_FAIL), L"::GetExitCodeThread( m_hThread ) failed. [0x%08X]");
     });
 }
 
 HRESULT COpdThread::IsThreadActive(bool& rbActive)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&]() -> HRESULT {
         DWORD dwExitCode = 0;
@@ -130,17 +126,16 @@ HRESULT COpdThread::IsThreadActive(bool& rbActive)
 
 HRESULT COpdThread::Close()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (m_hThread == nullptr)
+        if (!m_hThread)
             return;
         DWORD dwResult = WAIT_OBJECT_0;
         log.Check(WaitThread(0, dwResult), L"COpdThread::WaitThread() failed. [0x%08X]");
         if (dwResult == WAIT_TIMEOUT)
             log.Throw(E_PENDING, L"ulWaitResult == WAIT_TIMEOUT");
-        const HANDLE hThread = std::exchange(m_hThread, nullptr);
-        if (!::CloseHandle(hThread))
+        if (!::CloseHandle(m_hThread.Detach()))
             log.Error(L"::CloseHandle( m_hThread ) failed. [0x%08X]", LastErrorResult(E_FAIL));
         m_nThreadId = 0;
     });
@@ -148,34 +143,34 @@ HRESULT COpdThread::Close()
 
 DWORD COpdThread::GetThreadID()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Result(m_nThreadId);
 }
 
 HANDLE COpdThread::GetThreadHandle()
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
-    return log.Result(m_hThread);
+    return log.Result(m_hThread.Get());
 }
 
 HRESULT COpdThread::SetThreadPriority(int nPriority)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        if (!::SetThreadPriority(m_hThread, nPriority))
+        if (!::SetThreadPriority(m_hThread.Get(), nPriority))
             log.Throw(LastErrorResult(E_FAIL));
     });
 }
 
 HRESULT COpdThread::GetThreadPriority(int& rnPriority)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        const int nPriority = ::GetThreadPriority(m_hThread);
+        const int nPriority = ::GetThreadPriority(m_hThread.Get());
         if (nPriority == THREAD_PRIORITY_ERROR_RETURN)
             log.Throw(LastErrorResult(E_FAIL));
         rnPriority = nPriority;
@@ -184,10 +179,11 @@ HRESULT COpdThread::GetThreadPriority(int& rnPriority)
 
 HRESULT COpdThread::MsgWaitForMultipleObjects(DWORD dwTimeout, DWORD& rdwResult, DWORD dwWakeMask)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
-        const DWORD dwResult = ::MsgWaitForMultipleObjects(1, &m_hThread, FALSE, dwTimeout, dwWakeMask);
+        const HANDLE hThread = m_hThread.Get();
+        const DWORD dwResult = ::MsgWaitForMultipleObjects(1, &hThread, FALSE, dwTimeout, dwWakeMask);
         if (dwResult == WAIT_FAILED)
             log.Throw(LastErrorResult(E_FAIL));
         rdwResult = dwResult;
@@ -196,7 +192,7 @@ HRESULT COpdThread::MsgWaitForMultipleObjects(DWORD dwTimeout, DWORD& rdwResult,
 
 HRESULT COpdThread::WaitThreadWithMessagePump(DWORD dwTimeout)
 {
-    const CSectionScope lock(m_Lock);
+    const CLockScope lock(m_Lock);
     CFunctionLog log;
     return log.Run([&] {
         for (;;)

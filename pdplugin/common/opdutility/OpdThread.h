@@ -4,7 +4,8 @@
 
 #include <memory>
 
-#include "platform/CriticalSection.h"
+#include "platform/Handle.h"
+#include "platform/Lock.h"
 
 // All operations take the object's lock for their whole duration, waits included: a second thread that calls any of
 // them blocks until the wait ends. The lock is re-entrant for the thread that waits.
@@ -46,16 +47,16 @@ public:
     virtual HRESULT WaitThreadWithMessagePump(DWORD dwTimeout);
 
 protected:
-    // Waits up to 5 seconds for a running thread and gives its handle back in any case; the thread is never killed. A
-    // body that may outlive its object has to be waited for before.
+    // Waits up to 5 seconds for a running thread, which is never killed; its handle goes with the object. A body that
+    // may outlive its object has to be waited for before.
     void End();
 
 private:
     static unsigned __stdcall Entry(void* pThread) noexcept;
 
-    HANDLE m_hThread = nullptr;
+    CKernelHandle m_hThread;
     unsigned m_nThreadId = 0;
-    CSection m_Lock;
+    CLock m_Lock;
 };
 
 // A thread that runs a member function of an owner, which is borrowed.
