@@ -16,7 +16,7 @@ struct IVlmSxs : IUnknown
 namespace
 {
 
-// Built before wWinMain, whoever asks first.
+// Constructed before wWinMain, whoever asks first.
 [[maybe_unused]] CKelvarinApp& s_rApp = CKelvarinApp::GetApp();
 
 constexpr CLSID ClsidVlmSxs{ 0x3F662B8C, 0xEFA9, 0x49E4, { 0xA3, 0x53, 0x8F, 0x57, 0xBE, 0x3C, 0xCC, 0x61 } };

@@ -22,7 +22,7 @@ int RunApplication(CKelvarinApp& rApp)
     try
     {
         const CCmdLineParam param = CCmdLineParam::OfThisProcess();
-        // Nor may a crash, where nobody sees its box.
+        // A silent run or a child must not stop at a crash box either: nobody would see it.
         if (param.m_bSilent || param.m_nExecMode != ExecMode_Main)
             ::SetErrorMode(::GetErrorMode() | SEM_NOGPFAULTERRORBOX);
         const HRESULT hr = rApp.Main(param);

@@ -10,8 +10,7 @@ bool CFolderTrail::Enter(const std::wstring& sDirPath)
     // No line of a listing could hold a path below that many folders.
     if (m_Trail.size() == MaxDepth)
         return false;
-    // Without an identity a folder goes on the trail as nothing: if it cannot be opened, the listing says what is
-    // wrong.
+    // A folder that cannot be identified is entered without a guard against loops; the listing says what is wrong.
     const std::optional<CFileIdentity> identity = IdentityOf(sDirPath);
     if (identity && std::ranges::find(m_Trail, identity) != m_Trail.end())
         return false;

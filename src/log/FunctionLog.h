@@ -77,7 +77,7 @@ consteval std::string_view FunctionName(std::string_view sSignature)
     return sSignature;
 }
 
-// The function in which a default argument of this type is evaluated.
+// As a default argument it takes the name of the caller.
 struct CFunctionName
 {
     std::string_view sName;

@@ -11,7 +11,7 @@ using namespace opLogSys;
 namespace
 {
 
-// Stands before wWinMain, whatever comes first.
+// Constructed before wWinMain, whoever asks first.
 [[maybe_unused]] COpLogUtil& s_rFacade = COpLogUtil::GetInstance();
 
 // Asked before anything of the facade is touched: a thread may outlive it.

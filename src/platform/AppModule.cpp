@@ -5,8 +5,8 @@ int CMessageLoop::Run()
     MSG Message{};
     for (;;)
     {
-        // In this order: a quit message that came before the answer must be taken here, or the next box would end by
-        // it.
+        // First the flag, then the queue: a quit message posted before the flag was set must be taken here, or the next
+        // message box would end at once.
         if (m_pbQuit != nullptr && *m_pbQuit && !::PeekMessageW(&Message, nullptr, 0, 0, PM_NOREMOVE))
             return 0;
         const BOOL bGot = ::GetMessageW(&Message, nullptr, 0, 0);
