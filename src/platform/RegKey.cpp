@@ -40,6 +40,29 @@ DWORD CRegKey::QueryDwordValue(const wchar_t* pName, DWORD& rdwValue) const
     return ERROR_SUCCESS;
 }
 
+DWORD CRegValue::Ask()
+{
+    return m_Read.AskSize([this](BYTE* pBuffer, DWORD& rdwSize) { return Query(pBuffer, rdwSize); });
+}
+
+DWORD CRegValue::Read()
+{
+    return m_Read.Read([this](BYTE* pBuffer, DWORD& rdwSize) { return Query(pBuffer, rdwSize); });
+}
+
+std::wstring_view CRegValue::Text() const
+{
+    // The block has a zero for the other half.
+    return UpToZero(CharactersOf({ Data().data(), Data().size() + 1 }));
+}
+
+DWORD CRegValue::Query(BYTE* pBuffer, DWORD& rdwSize)
+{
+    const LSTATUS nStatus = ::RegQueryValueExW(m_hKey, m_sName.c_str(), nullptr, &m_dwType, pBuffer, &rdwSize);
+    m_dwStored = rdwSize;
+    return static_cast<DWORD>(nStatus);
+}
+
 DWORD EnumSubKey(HKEY hKey, DWORD nIndex, std::wstring& rsName, DWORD nCapacity, FILETIME* pLastWrite)
 {
     rsName.assign(nCapacity, L'\0');
