@@ -194,7 +194,12 @@ HRESULT CComInfoChecker::CComObjectChecker::CheckObjectForSxSDummy()
     return log.Run([&] {
         return WithObject([&](CObjectRef<IUnknown>& rObject) {
             return CFunctionLog::Try([&] {
-                if (SUCCEEDED(rObject.Create(m_rInfo.clsid, IID_IUnknown)))
+                // By the platform's own code: success without an object is no absence.
+                HRESULT hr = E_UNEXPECTED;
+                rObject.Fill([&](void** ppObject) {
+                    return hr = ::CoCreateInstance(m_rInfo.clsid, nullptr, CLSCTX_ALL, IID_IUnknown, ppObject);
+                });
+                if (SUCCEEDED(hr))
                     EndTest(log, E_FAIL, L"Failed: CoCreateInstance() succeeded.[%s][name:\"%s\" %s]",
                             ApartmentText(m_dwApartment), m_rInfo.sName, GuidText(log, m_rInfo.clsid));
                 CheckNotRegistered(log);
