@@ -10,7 +10,7 @@
 #include "check/FileCertificate.h"
 #include "check/Sha1.h"
 #include "opdutility/ReadVersion.h"
-#include "platform/AnsiText.h"
+#include "platform/CodePage.h"
 #include "platform/HResult.h"
 #include "platform/Path.h"
 #include "platform/Text.h"

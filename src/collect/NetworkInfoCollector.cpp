@@ -7,9 +7,10 @@
 
 #include "collect/CollectorFolders.h"
 #include "collect/StepResult.h"
+#include "platform/CodePage.h"
 #include "platform/Path.h"
 #include "platform/SizedRead.h"
-#include "platform/WideText.h"
+#include "platform/Text.h"
 
 namespace
 {

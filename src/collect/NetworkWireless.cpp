@@ -2,8 +2,9 @@
 #include "collect/NetworkInfoCollector.h"
 #include "collect/NetworkWlanApi.h"
 #include "collect/StepResult.h"
+#include "platform/CodePage.h"
 #include "platform/Table.h"
-#include "platform/WideText.h"
+#include "platform/Text.h"
 
 namespace
 {
