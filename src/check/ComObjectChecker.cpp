@@ -6,6 +6,7 @@
 #include "opdutility/ModuleSnapshot.h"
 #include "opdutility/OpdFileHelper.h"
 #include "opdutility/OpdThread.h"
+#include "platform/GuidText.h"
 #include "platform/HResult.h"
 #include "platform/Table.h"
 #include "platform/Text.h"
@@ -117,7 +118,7 @@ void CComInfoChecker::CComObjectChecker::TestObject(const CFunctionLog& log, COb
     hr = rObject.Create(m_rInfo.clsid, IID_IUnknown);
     if (FAILED(hr))
         EndTest(log, hr, L"Failed: CoCreateInstance() failed.[0x%08X][%s][name:\"%s\" %s]", hr,
-                ApartmentText(m_dwApartment), m_rInfo.sName, GuidText(log, m_rInfo.clsid));
+                ApartmentText(m_dwApartment), m_rInfo.sName, TextOfGuid(m_rInfo.clsid));
     if (m_rInfo.bAllApartments)
         AskAcross(log, rObject);
     else
@@ -164,8 +165,8 @@ void CComInfoChecker::CComObjectChecker::AskHere(const CFunctionLog& log, const 
         pInterface.Release();
         if (SUCCEEDED(hr))
             continue;
-        const std::wstring sClsid = GuidText(log, m_rInfo.clsid);
-        const std::wstring sIid = GuidText(log, iid);
+        const std::wstring sClsid = TextOfGuid(m_rInfo.clsid);
+        const std::wstring sIid = TextOfGuid(iid);
         CountFailure(Failed, hr, ApartmentText(m_dwApartment), m_rInfo.sName, sClsid, sName, sIid);
         log.Error(Failed, hr, ApartmentText(m_dwApartment), m_rInfo.sName, sClsid, sName, sIid);
     }
@@ -201,7 +202,7 @@ HRESULT CComInfoChecker::CComObjectChecker::CheckObjectForSxSDummy()
                 });
                 if (SUCCEEDED(hr))
                     EndTest(log, E_FAIL, L"Failed: CoCreateInstance() succeeded.[%s][name:\"%s\" %s]",
-                            ApartmentText(m_dwApartment), m_rInfo.sName, GuidText(log, m_rInfo.clsid));
+                            ApartmentText(m_dwApartment), m_rInfo.sName, TextOfGuid(m_rInfo.clsid));
                 CheckNotRegistered(log);
             });
         });
@@ -272,8 +273,8 @@ void CComInfoChecker::CComObjectChecker::AskMarshalled(const CFunctionLog& log, 
         constexpr CFormat<HRESULT, const wchar_t*, const wchar_t*, std::wstring, std::wstring, std::wstring,
                           std::wstring>
             Failed(L"Failed: QueryInterface() failed.[0x%08X][%s -> %s][clsid:\"%s\" %s, iid:\"%s\" %s]");
-        const std::wstring sClsid = GuidText(log, m_rInfo.clsid);
-        const std::wstring sIid = GuidText(log, iid);
+        const std::wstring sClsid = TextOfGuid(m_rInfo.clsid);
+        const std::wstring sIid = TextOfGuid(iid);
         CountFailure(Failed, hr, pFrom, pTo, m_rInfo.sName, sClsid, sName, sIid);
         log.Error(Failed, hr, pFrom, pTo, m_rInfo.sName, sClsid, sName, sIid);
     }
@@ -292,7 +293,7 @@ bool CComInfoChecker::CComObjectChecker::StartApartment(const COpdComInit& rApar
 std::wstring CComInfoChecker::CComObjectChecker::GetComRegFilePath() const
 {
     const CFunctionLog log;
-    return RegisteredServer(log, m_rInfo.clsid).value_or(std::wstring());
+    return RegisteredServer(m_rInfo.clsid).value_or(std::wstring());
 }
 
 void CComInfoChecker::CComObjectChecker::ScanModules()
