@@ -77,9 +77,7 @@ unsigned CComInfoChecker::CComObjectChecker::MainThread()
     }
     catch (...)
     {
-        constexpr CFormat<const wchar_t*, std::wstring> Failed(L"Failed: Unknown exception.[%s][name:\"%s\"]");
-        CountFailure(Failed, ApartmentText(m_dwApartment), m_rInfo.sName);
-        log.Error(Failed, ApartmentText(m_dwApartment), m_rInfo.sName);
+        LogFailure(log, L"Failed: Unknown exception.[%s][name:\"%s\"]", ApartmentText(m_dwApartment), m_rInfo.sName);
     }
     return log.Result(static_cast<unsigned>(-1));
 }
@@ -156,19 +154,14 @@ void CComInfoChecker::CComObjectChecker::RunAsking(const CFunctionLog& log, unsi
 
 void CComInfoChecker::CComObjectChecker::AskHere(const CFunctionLog& log, const CObjectRef<IUnknown>& rObject)
 {
-    constexpr CFormat<HRESULT, const wchar_t*, std::wstring, std::wstring, std::wstring, std::wstring> Failed(
-        L"Failed: QueryInterface() failed.[0x%08X][%s][clsid:\"%s\" %s, iid:\"%s\" %s]");
     for (const auto& [sName, iid] : m_rInfo.Interfaces)
     {
         CObjectRef<IUnknown> pInterface;
         const HRESULT hr = pInterface.Query(rObject, iid);
         pInterface.Release();
-        if (SUCCEEDED(hr))
-            continue;
-        const std::wstring sClsid = TextOfGuid(m_rInfo.clsid);
-        const std::wstring sIid = TextOfGuid(iid);
-        CountFailure(Failed, hr, ApartmentText(m_dwApartment), m_rInfo.sName, sClsid, sName, sIid);
-        log.Error(Failed, hr, ApartmentText(m_dwApartment), m_rInfo.sName, sClsid, sName, sIid);
+        if (FAILED(hr))
+            LogFailure(log, L"Failed: QueryInterface() failed.[0x%08X][%s][clsid:\"%s\" %s, iid:\"%s\" %s]", hr,
+                       ApartmentText(m_dwApartment), m_rInfo.sName, TextOfGuid(m_rInfo.clsid), sName, TextOfGuid(iid));
     }
 }
 
@@ -229,10 +222,8 @@ unsigned CComInfoChecker::CComObjectChecker::CheckInterfaceCatching(CFunctionLog
     }
     catch (...)
     {
-        constexpr CFormat<const wchar_t*, const wchar_t*, std::wstring> Failed(
-            L"Failed: Unknown exception.[%s -> %s][clsid:\"%s\"]");
-        CountFailure(Failed, ApartmentText(m_dwApartment), ApartmentText(dwApartment), m_rInfo.sName);
-        log.Error(Failed, ApartmentText(m_dwApartment), ApartmentText(dwApartment), m_rInfo.sName);
+        LogFailure(log, L"Failed: Unknown exception.[%s -> %s][clsid:\"%s\"]", ApartmentText(m_dwApartment),
+                   ApartmentText(dwApartment), m_rInfo.sName);
         return log.Result(static_cast<unsigned>(-1));
     }
 }
@@ -264,19 +255,12 @@ void CComInfoChecker::CComObjectChecker::AskMarshalled(const CFunctionLog& log, 
         CObjectRef<IUnknown> pInterface;
         const HRESULT hr = pInterface.Query(pObject, iid);
         pInterface.Release();
-        if (SUCCEEDED(hr))
-        {
+        if (FAILED(hr))
+            LogFailure(log, L"Failed: QueryInterface() failed.[0x%08X][%s -> %s][clsid:\"%s\" %s, iid:\"%s\" %s]", hr,
+                       pFrom, pTo, m_rInfo.sName, TextOfGuid(m_rInfo.clsid), sName, TextOfGuid(iid));
+        else
             m_rResultLog.WriteLine(L"Succeeded: Check Interface. [%s -> %s][clsid:\"%s\" iid:\"%s\"]", pFrom, pTo,
                                    m_rInfo.sName, sName);
-            continue;
-        }
-        constexpr CFormat<HRESULT, const wchar_t*, const wchar_t*, std::wstring, std::wstring, std::wstring,
-                          std::wstring>
-            Failed(L"Failed: QueryInterface() failed.[0x%08X][%s -> %s][clsid:\"%s\" %s, iid:\"%s\" %s]");
-        const std::wstring sClsid = TextOfGuid(m_rInfo.clsid);
-        const std::wstring sIid = TextOfGuid(iid);
-        CountFailure(Failed, hr, pFrom, pTo, m_rInfo.sName, sClsid, sName, sIid);
-        log.Error(Failed, hr, pFrom, pTo, m_rInfo.sName, sClsid, sName, sIid);
     }
     pObject.Release();
 }
