@@ -2,8 +2,8 @@
 
 #include <shlwapi.h>
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "check/Base64.h"
 #include "check/CheckReport.h"

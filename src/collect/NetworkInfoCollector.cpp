@@ -5,6 +5,8 @@
 
 #include <iphlpapi.h>
 
+#include <algorithm>
+
 #include "collect/CollectorFolders.h"
 #include "collect/StepResult.h"
 #include "platform/CodePage.h"

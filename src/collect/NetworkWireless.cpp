@@ -1,4 +1,6 @@
 // The wireless interfaces and the networks that they see.
+#include <algorithm>
+
 #include "collect/NetworkInfoCollector.h"
 #include "collect/NetworkWlanApi.h"
 #include "collect/StepResult.h"

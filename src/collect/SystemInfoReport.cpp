@@ -6,6 +6,7 @@
 #include "collect/SystemInfoCollector.h"
 #include "collect/SystemLanguages.h"
 #include "platform/CodePage.h"
+#include "platform/HResult.h"
 #include "platform/Path.h"
 #include "platform/RegKey.h"
 
