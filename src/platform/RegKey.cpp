@@ -40,16 +40,6 @@ DWORD CRegKey::QueryDwordValue(const wchar_t* pName, DWORD& rdwValue) const
     return ERROR_SUCCESS;
 }
 
-DWORD CRegValue::Ask()
-{
-    return m_Read.AskSize([this](BYTE* pBuffer, DWORD& rdwSize) { return Query(pBuffer, rdwSize); });
-}
-
-DWORD CRegValue::Read()
-{
-    return m_Read.Read([this](BYTE* pBuffer, DWORD& rdwSize) { return Query(pBuffer, rdwSize); });
-}
-
 std::wstring_view CRegValue::Text() const
 {
     // The block has a zero for the other half.

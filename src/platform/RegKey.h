@@ -2,6 +2,7 @@
 // for a result code; the last error is not set by them.
 #pragma once
 
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -38,13 +39,13 @@ public:
     // The key is borrowed. An empty name means the key's default value.
     CRegValue(HKEY hKey, std::wstring sName) : m_hKey(hKey), m_sName(std::move(sName)) {}
 
-    [[nodiscard]] DWORD Ask();
+    [[nodiscard]] DWORD Ask() { return m_Read.AskSize(std::bind_front(&CRegValue::Query, this)); }
     DWORD Type() const { return m_dwType; }
     // Of the data, in bytes, as Ask was told.
     DWORD Size() const { return m_Read.Size(); }
     // False when there is no memory for that size, or when no value can be that large.
     [[nodiscard]] bool Allocate() { return m_Read.Allocate(); }
-    [[nodiscard]] DWORD Read();
+    [[nodiscard]] DWORD Read() { return m_Read.Read(std::bind_front(&CRegValue::Query, this)); }
 
     // What has been read.
     std::span<const BYTE> Data() const { return m_Read.Rows<BYTE>(0, m_dwStored); }
