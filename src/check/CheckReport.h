@@ -1,8 +1,6 @@
 // What the checkers have in common: the walk over the records of a stage, and the way a failed entry is told.
 #pragma once
 
-#include <vector>
-
 #include "app/ProgressClient.h"
 #include "log/FunctionLog.h"
 #include "log/ResultLog.h"

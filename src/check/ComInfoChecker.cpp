@@ -1,5 +1,7 @@
 #include "check/ComInfoChecker.h"
 
+#include <algorithm>
+
 #include "check/CheckReport.h"
 #include "check/ComObjectChecker.h"
 #include "opdutility/OpdDriverInfo.h"
@@ -25,12 +27,14 @@ void OpenList(const CFunctionLog& log, CResultLog& rList, const std::wstring& sP
         rList.WriteSectionHead(pTitle);
 }
 
-bool IsInstalledModule(const std::wstring& sModule, std::wstring_view sFolder)
+bool IsInstalledModule(const std::wstring& sModule)
 {
     std::wstring sPath;
     if (FAILED(COpdFileHelper::GetAbsolutePath(sModule, sPath)) || sPath.empty())
         return false;
-    return ::_wcsnicmp(sPath.c_str() + 1, sFolder.data(), sFolder.size()) == 0;
+    return std::ranges::any_of(InstalledFolders, [&](std::wstring_view sFolder) {
+        return ::_wcsnicmp(sPath.c_str() + 1, sFolder.data(), sFolder.size()) == 0;
+    });
 }
 
 } // namespace
@@ -94,13 +98,10 @@ void CComInfoChecker::WriteLoadedModules(const CFunctionLog& log, bool bSxS, UIN
     for (const std::wstring& sModule : m_Modules)
     {
         list.WriteLine(L"%s", sModule);
-        for (const std::wstring_view sFolder : InstalledFolders)
-        {
-            if (!bSxS || !IsInstalledModule(sModule, sFolder))
-                continue;
-            ++*pulFailed;
-            m_rResultLog.WriteLine(L"Failed: Non-SxS module loaded.[\"%s\"]", sModule);
-        }
+        if (!bSxS || !IsInstalledModule(sModule))
+            continue;
+        ++*pulFailed;
+        m_rResultLog.WriteLine(L"Failed: Non-SxS module loaded.[\"%s\"]", sModule);
     }
 }
 

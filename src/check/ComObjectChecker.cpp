@@ -6,6 +6,7 @@
 #include "opdutility/ModuleSnapshot.h"
 #include "opdutility/OpdFileHelper.h"
 #include "opdutility/OpdThread.h"
+#include "platform/GuidText.h"
 #include "platform/HResult.h"
 #include "platform/Table.h"
 #include "platform/Text.h"
@@ -76,9 +77,7 @@ unsigned CComInfoChecker::CComObjectChecker::MainThread()
     }
     catch (...)
     {
-        constexpr CFormat<const wchar_t*, std::wstring> Failed(L"Failed: Unknown exception.[%s][name:\"%s\"]");
-        CountFailure(Failed, ApartmentText(m_dwApartment), m_rInfo.sName);
-        log.Error(Failed, ApartmentText(m_dwApartment), m_rInfo.sName);
+        LogFailure(log, L"Failed: Unknown exception.[%s][name:\"%s\"]", ApartmentText(m_dwApartment), m_rInfo.sName);
     }
     return log.Result(static_cast<unsigned>(-1));
 }
@@ -117,7 +116,7 @@ void CComInfoChecker::CComObjectChecker::TestObject(const CFunctionLog& log, COb
     hr = rObject.Create(m_rInfo.clsid, IID_IUnknown);
     if (FAILED(hr))
         EndTest(log, hr, L"Failed: CoCreateInstance() failed.[0x%08X][%s][name:\"%s\" %s]", hr,
-                ApartmentText(m_dwApartment), m_rInfo.sName, GuidText(log, m_rInfo.clsid));
+                ApartmentText(m_dwApartment), m_rInfo.sName, TextOfGuid(m_rInfo.clsid));
     if (m_rInfo.bAllApartments)
         AskAcross(log, rObject);
     else
@@ -155,19 +154,14 @@ void CComInfoChecker::CComObjectChecker::RunAsking(const CFunctionLog& log, unsi
 
 void CComInfoChecker::CComObjectChecker::AskHere(const CFunctionLog& log, const CObjectRef<IUnknown>& rObject)
 {
-    constexpr CFormat<HRESULT, const wchar_t*, std::wstring, std::wstring, std::wstring, std::wstring> Failed(
-        L"Failed: QueryInterface() failed.[0x%08X][%s][clsid:\"%s\" %s, iid:\"%s\" %s]");
     for (const auto& [sName, iid] : m_rInfo.Interfaces)
     {
         CObjectRef<IUnknown> pInterface;
         const HRESULT hr = pInterface.Query(rObject, iid);
         pInterface.Release();
-        if (SUCCEEDED(hr))
-            continue;
-        const std::wstring sClsid = GuidText(log, m_rInfo.clsid);
-        const std::wstring sIid = GuidText(log, iid);
-        CountFailure(Failed, hr, ApartmentText(m_dwApartment), m_rInfo.sName, sClsid, sName, sIid);
-        log.Error(Failed, hr, ApartmentText(m_dwApartment), m_rInfo.sName, sClsid, sName, sIid);
+        if (FAILED(hr))
+            LogFailure(log, L"Failed: QueryInterface() failed.[0x%08X][%s][clsid:\"%s\" %s, iid:\"%s\" %s]", hr,
+                       ApartmentText(m_dwApartment), m_rInfo.sName, TextOfGuid(m_rInfo.clsid), sName, TextOfGuid(iid));
     }
 }
 
@@ -194,9 +188,14 @@ HRESULT CComInfoChecker::CComObjectChecker::CheckObjectForSxSDummy()
     return log.Run([&] {
         return WithObject([&](CObjectRef<IUnknown>& rObject) {
             return CFunctionLog::Try([&] {
-                if (SUCCEEDED(rObject.Create(m_rInfo.clsid, IID_IUnknown)))
+                // By the platform's own code: success without an object is no absence.
+                HRESULT hr = E_UNEXPECTED;
+                rObject.Fill([&](void** ppObject) {
+                    return hr = ::CoCreateInstance(m_rInfo.clsid, nullptr, CLSCTX_ALL, IID_IUnknown, ppObject);
+                });
+                if (SUCCEEDED(hr))
                     EndTest(log, E_FAIL, L"Failed: CoCreateInstance() succeeded.[%s][name:\"%s\" %s]",
-                            ApartmentText(m_dwApartment), m_rInfo.sName, GuidText(log, m_rInfo.clsid));
+                            ApartmentText(m_dwApartment), m_rInfo.sName, TextOfGuid(m_rInfo.clsid));
                 CheckNotRegistered(log);
             });
         });
@@ -223,10 +222,8 @@ unsigned CComInfoChecker::CComObjectChecker::CheckInterfaceCatching(CFunctionLog
     }
     catch (...)
     {
-        constexpr CFormat<const wchar_t*, const wchar_t*, std::wstring> Failed(
-            L"Failed: Unknown exception.[%s -> %s][clsid:\"%s\"]");
-        CountFailure(Failed, ApartmentText(m_dwApartment), ApartmentText(dwApartment), m_rInfo.sName);
-        log.Error(Failed, ApartmentText(m_dwApartment), ApartmentText(dwApartment), m_rInfo.sName);
+        LogFailure(log, L"Failed: Unknown exception.[%s -> %s][clsid:\"%s\"]", ApartmentText(m_dwApartment),
+                   ApartmentText(dwApartment), m_rInfo.sName);
         return log.Result(static_cast<unsigned>(-1));
     }
 }
@@ -258,19 +255,12 @@ void CComInfoChecker::CComObjectChecker::AskMarshalled(const CFunctionLog& log, 
         CObjectRef<IUnknown> pInterface;
         const HRESULT hr = pInterface.Query(pObject, iid);
         pInterface.Release();
-        if (SUCCEEDED(hr))
-        {
+        if (FAILED(hr))
+            LogFailure(log, L"Failed: QueryInterface() failed.[0x%08X][%s -> %s][clsid:\"%s\" %s, iid:\"%s\" %s]", hr,
+                       pFrom, pTo, m_rInfo.sName, TextOfGuid(m_rInfo.clsid), sName, TextOfGuid(iid));
+        else
             m_rResultLog.WriteLine(L"Succeeded: Check Interface. [%s -> %s][clsid:\"%s\" iid:\"%s\"]", pFrom, pTo,
                                    m_rInfo.sName, sName);
-            continue;
-        }
-        constexpr CFormat<HRESULT, const wchar_t*, const wchar_t*, std::wstring, std::wstring, std::wstring,
-                          std::wstring>
-            Failed(L"Failed: QueryInterface() failed.[0x%08X][%s -> %s][clsid:\"%s\" %s, iid:\"%s\" %s]");
-        const std::wstring sClsid = GuidText(log, m_rInfo.clsid);
-        const std::wstring sIid = GuidText(log, iid);
-        CountFailure(Failed, hr, pFrom, pTo, m_rInfo.sName, sClsid, sName, sIid);
-        log.Error(Failed, hr, pFrom, pTo, m_rInfo.sName, sClsid, sName, sIid);
     }
     pObject.Release();
 }
@@ -287,7 +277,7 @@ bool CComInfoChecker::CComObjectChecker::StartApartment(const COpdComInit& rApar
 std::wstring CComInfoChecker::CComObjectChecker::GetComRegFilePath() const
 {
     const CFunctionLog log;
-    return RegisteredServer(log, m_rInfo.clsid).value_or(std::wstring());
+    return RegisteredServer(m_rInfo.clsid).value_or(std::wstring());
 }
 
 void CComInfoChecker::CComObjectChecker::ScanModules()

@@ -50,12 +50,19 @@ private:
     std::wstring GetComRegFilePath() const;
     void ScanModules();
 
-    // The two ways of a counted failure: one that goes on, and one that ends the test proper.
+    // The ways of a counted failure: a line in the result file, one in the log as well, and one that ends the test
+    // proper.
     template <typename... Args>
     void CountFailure(CFormat<Args...> format, const Args&... args)
     {
         ++m_nFailed;
         m_rResultLog.WriteLine<Args...>(format, args...);
+    }
+    template <typename... Args>
+    void LogFailure(const CFunctionLog& log, CFormat<Args...> format, const Args&... args)
+    {
+        CountFailure<Args...>(format, args...);
+        log.Error<Args...>(format, args...);
     }
     template <typename... Args>
     [[noreturn]] void EndTest(const CFunctionLog& log, HRESULT hr, CFormat<Args...> format, const Args&... args)

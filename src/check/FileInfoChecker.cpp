@@ -2,20 +2,18 @@
 
 #include <shlwapi.h>
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "check/Base64.h"
 #include "check/CheckReport.h"
 #include "check/FileCertificate.h"
 #include "check/Sha1.h"
-#include "opdutility/OpdFileHelper.h"
-#include "platform/AnsiText.h"
+#include "opdutility/ReadVersion.h"
+#include "platform/CodePage.h"
 #include "platform/HResult.h"
-#include "platform/ModuleVersion.h"
 #include "platform/Path.h"
 #include "platform/Text.h"
-#include "platform/VersionResource.h"
 
 namespace
 {
@@ -200,30 +198,13 @@ void CFileInfoChecker::CheckHash(const CFunctionLog& log, const CFileInfo& rInfo
 HRESULT CFileInfoChecker::GetFileVersion(const CFileInfo& rInfo, std::wstring& rsVersion)
 {
     CFunctionLog log;
-    return log.Run([&] {
-        CVersionResource resource;
-        if (const HRESULT hr = resource.Load(rInfo.sPath); FAILED(hr))
-            log.Throw(hr);
-        const auto version = resource.Fixed();
-        if (!version)
-            log.Throw(LastErrorResult());
-        rsVersion = FixedVersionText(*version);
-    });
+    return log.Run([&] { rsVersion = FixedVersionText(ReadFixedVersion(log, rInfo.sPath)); });
 }
 
 HRESULT CFileInfoChecker::GetTvmFileVersion(const CFileInfo& rInfo, std::wstring& rsVersion)
 {
     CFunctionLog log;
-    return log.Run([&] {
-        CTaskBlock<BYTE> pData;
-        DWORD dwSize = 0;
-        log.Check(COpdFileHelper::ReadFile(rInfo.sPath, pData.Put(), &dwSize),
-                  L"COpdFileHelper::ReadFile( \"%s\" ) failed.[0x%08X]", rInfo.sPath);
-        const auto sVersion = CModuleVersion::Parse(CModuleVersion::KindOf(rInfo.sPath), { pData.Get(), dwSize });
-        if (!sVersion)
-            log.Throw(E_FAIL);
-        rsVersion = *sVersion;
-    });
+    return log.Run([&] { rsVersion = ReadModuleVersion(log, rInfo.sPath); });
 }
 
 HRESULT CFileInfoChecker::GetFileSize(COpenFile& rFile, std::wstring& rsSize)

@@ -31,7 +31,7 @@ HRESULT CNotRegComInfoChecker::CheckNotRegComObjectInfo(const CNoRegisteredComOb
 {
     CFunctionLog log;
     return log.Run([&] {
-        const auto sRegistered = RegisteredServer(log, rInfo.clsid);
+        const auto sRegistered = RegisteredServer(rInfo.clsid);
         if (sRegistered && EqualsNoCase(*sRegistered, rInfo.sPath))
             FailEntry(log, m_rResultLog, E_FAIL, L"Failed: \"%s\" registered.", rInfo.sName);
         m_rResultLog.WriteLine(L"Succeeded: \"%s\" not registered.", rInfo.sName);

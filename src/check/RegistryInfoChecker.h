@@ -6,6 +6,9 @@
 #include "app/ProgressClient.h"
 #include "config/ConfigFile.h"
 
+class CFunctionLog;
+class CRegKey;
+class CRegValue;
 class CResultLog;
 
 class CRegistryInfoChecker
@@ -19,6 +22,9 @@ public:
 
 private:
     HRESULT CheckRegistryInfo(const CRegistryInfo& rInfo);
+    CRegKey OpenKey(const CFunctionLog& log, const CRegistryInfo& rInfo);
+    void ReadValue(const CFunctionLog& log, const CRegistryInfo& rInfo, CRegValue& rValue);
+    void CompareValue(const CFunctionLog& log, const CRegistryInfo& rInfo, const CRegValue& rValue);
 
     CResultLog& m_rResultLog;
     const std::vector<CRegistryInfo>& m_rInfos;

@@ -1,12 +1,11 @@
 // Registry keys as text.
 #include <algorithm>
 #include <optional>
-#include <vector>
+#include <span>
 
 #include "collect/CollectorUtil.h"
 #include "log/FunctionLog.h"
 #include "log/ResultLog.h"
-#include "platform/Allocation.h"
 #include "platform/RegKey.h"
 #include "platform/Text.h"
 
@@ -18,48 +17,45 @@ constexpr DWORD NameCapacity = 260;
 
 // A longer line is refused whole; text beyond it would be for nothing.
 constexpr std::size_t MaxLine = CLineWriter::MaxText;
-// Registry data of more bytes are not read.
-constexpr DWORD MaxData = 64 * 1024 * 1024;
 
-std::wstring HexBytes(const std::vector<BYTE>& rData)
+std::wstring HexBytes(std::span<const BYTE> Data)
 {
     static constexpr wchar_t aDigits[] = L"0123456789abcdef";
     std::wstring sText = L"hex:";
-    for (std::size_t n = 0; n < rData.size() && sText.size() < MaxLine; ++n)
+    for (std::size_t n = 0; n < Data.size() && sText.size() < MaxLine; ++n)
     {
         if (n > 0)
             sText += L',';
-        sText += aDigits[rData[n] >> 4];
-        sText += aDigits[rData[n] & 15];
+        sText += aDigits[Data[n] >> 4];
+        sText += aDigits[Data[n] & 15];
     }
     return sText;
 }
 
 // Registry data need not be terminated, and a number may have fewer bytes than its type says.
-std::wstring TextOf(const std::vector<BYTE>& rData)
+std::wstring TextOf(std::span<const BYTE> Data)
 {
-    const std::wstring_view sText(reinterpret_cast<const wchar_t*>(rData.data()), rData.size() / sizeof(wchar_t));
-    return std::wstring(UpToZero(sText.substr(0, MaxLine)));
+    return std::wstring(UpToZero(CharactersOf(Data).substr(0, MaxLine)));
 }
 
-DWORD NumberOf(const std::vector<BYTE>& rData)
+DWORD NumberOf(std::span<const BYTE> Data)
 {
     DWORD dwValue = 0;
-    std::copy_n(rData.begin(), std::min(rData.size(), sizeof dwValue), reinterpret_cast<BYTE*>(&dwValue));
+    std::copy_n(Data.begin(), std::min(Data.size(), sizeof dwValue), reinterpret_cast<BYTE*>(&dwValue));
     return dwValue;
 }
 
 // Without a value for the types that the report leaves out.
-std::optional<std::wstring> DataText(DWORD dwType, const std::vector<BYTE>& rData)
+std::optional<std::wstring> DataText(DWORD dwType, std::span<const BYTE> Data)
 {
     switch (dwType)
     {
     case REG_SZ:
-        return FormatText(L"\"%s\"", TextOf(rData));
+        return FormatText(L"\"%s\"", TextOf(Data));
     case REG_BINARY:
-        return HexBytes(rData);
+        return HexBytes(Data);
     case REG_DWORD:
-        return FormatText(L"dword:%08X", NumberOf(rData));
+        return FormatText(L"dword:%08X", NumberOf(Data));
     case REG_MULTI_SZ:
         // The report has always shown the name alone; its readers count on it.
         return std::wstring();
@@ -74,23 +70,20 @@ HRESULT CCollectorUtil::OutputRegSubKeyData(HKEY hKey, CResultLog& rResultLog)
 {
     CFunctionLog log;
     return log.Run([&] {
-        std::vector<BYTE> Data;
         for (DWORD nIndex = 0;; ++nIndex)
         {
             wchar_t aName[NameCapacity];
             DWORD nName = NameCapacity;
-            DWORD dwType = REG_NONE;
-            DWORD dwSize = 0;
-            if (::RegEnumValueW(hKey, nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS ||
-                ::RegQueryValueExW(hKey, aName, nullptr, &dwType, nullptr, &dwSize) != ERROR_SUCCESS)
+            if (::RegEnumValueW(hKey, nIndex, aName, &nName, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
                 return;
-            // Some systems end a text of one byte with a zero character that the size does not tell.
-            if (dwSize > MaxData || !TryResize(Data, dwSize + sizeof(wchar_t)))
-                log.Throw(E_OUTOFMEMORY, L"pData.Allocate( %d ) failed.", dwSize);
-            if (::RegQueryValueExW(hKey, aName, nullptr, &dwType, Data.data(), &dwSize) != ERROR_SUCCESS)
+            CRegValue value(hKey, aName);
+            if (value.Ask() != ERROR_SUCCESS)
                 return;
-            Data.resize(std::min<std::size_t>(dwSize, Data.size()));
-            if (const auto sText = DataText(dwType, Data))
+            if (!value.Allocate())
+                log.Throw(E_OUTOFMEMORY, L"pData.Allocate( %d ) failed.", value.Size());
+            if (value.Read() != ERROR_SUCCESS)
+                return;
+            if (const auto sText = DataText(value.Type(), value.Data()))
                 rResultLog.WriteLine(L"    \"%s\"=%s", aName, *sText);
         }
     });

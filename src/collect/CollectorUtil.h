@@ -6,7 +6,6 @@
 
 #include "collect/FileVersions.h"
 
-class COpdLogFile;
 class CResultLog;
 
 // Static operations without a state.

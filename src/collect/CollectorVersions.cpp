@@ -2,11 +2,7 @@
 #include "collect/CollectorUtil.h"
 
 #include "collect/FileVersions.h"
-#include "log/FunctionLog.h"
-#include "opdutility/OpdFileHelper.h"
-#include "platform/HResult.h"
-#include "platform/Handle.h"
-#include "platform/ModuleVersion.h"
+#include "opdutility/ReadVersion.h"
 
 HRESULT CCollectorUtil::GetFileProperty(const std::wstring& sPath, CFileVersions::Properties& rProperties)
 {
@@ -27,15 +23,7 @@ std::wstring CCollectorUtil::FileVersionLine(const std::wstring& sName, const st
 HRESULT CCollectorUtil::GetFileVersion(const std::wstring& sPath, CVersionResource::CFixed& rVersion)
 {
     CFunctionLog log;
-    return log.Run([&] {
-        CVersionResource resource;
-        if (const HRESULT hr = resource.Load(sPath); FAILED(hr))
-            log.Throw(hr);
-        const auto fixed = resource.Fixed();
-        if (!fixed)
-            log.Throw(LastErrorResult());
-        rVersion = *fixed;
-    });
+    return log.Run([&] { rVersion = ReadFixedVersion(log, sPath); });
 }
 
 HRESULT CCollectorUtil::GetTvmFileVersion(const std::wstring& sPath, std::wstring& rsVersion)
@@ -43,17 +31,7 @@ HRESULT CCollectorUtil::GetTvmFileVersion(const std::wstring& sPath, std::wstrin
     CFunctionLog log;
     return log.Run([&] {
         rsVersion.clear();
-        const CModuleVersion::Kind eKind = CModuleVersion::KindOf(sPath);
-        if (eKind == CModuleVersion::Kind::None)
-            log.Throw(E_FAIL);
-        CTaskBlock<BYTE> pData;
-        DWORD dwSize = 0;
-        log.Check(COpdFileHelper::ReadFile(sPath, pData.Put(), &dwSize),
-                  L"COpdFileHelper::ReadFile( \"%s\" ) failed.[0x%08X]", sPath);
-        const auto sVersion = CModuleVersion::Parse(eKind, { pData.Get(), dwSize });
-        if (!sVersion)
-            log.Throw(E_FAIL);
-        rsVersion = *sVersion;
+        rsVersion = ReadModuleVersion(log, sPath);
     });
 }
 

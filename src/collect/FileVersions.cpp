@@ -2,7 +2,6 @@
 
 #include "log/FunctionLog.h"
 #include "platform/HResult.h"
-#include "platform/Text.h"
 
 CFileVersions::CFileVersions(const std::wstring& sPath) : m_sPath(sPath), m_hrLoad(m_Resource.Load(sPath)) {}
 
@@ -30,10 +29,9 @@ HRESULT CFileVersions::GetVersion(std::wstring& rsVersion) const
         rsVersion.clear();
         if (m_Resource.Size() == 0)
             return;
-        auto sText = m_Resource.String(TranslationOf(log), L"FileVersion");
+        const auto sText = m_Resource.FileVersion(TranslationOf(log));
         if (!sText)
             log.Throw(E_FAIL, L"::VerQueryValue( \"%s\", FileVersion ) failed. [0x%08X]", m_sPath, LastErrorResult());
-        ReplaceAll(*sText, L", ", L".");
         rsVersion = *sText;
     });
 }

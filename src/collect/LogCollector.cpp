@@ -7,6 +7,7 @@
 #include "collect/CollectorFolders.h"
 #include "collect/StepResult.h"
 #include "opdutility/OpdFileHelper.h"
+#include "platform/HResult.h"
 #include "platform/Path.h"
 
 namespace

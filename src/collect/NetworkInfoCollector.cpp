@@ -5,11 +5,15 @@
 
 #include <iphlpapi.h>
 
+#include <algorithm>
+
 #include "collect/CollectorFolders.h"
 #include "collect/StepResult.h"
+#include "platform/CodePage.h"
+#include "platform/GuidText.h"
 #include "platform/Path.h"
 #include "platform/SizedRead.h"
-#include "platform/WideText.h"
+#include "platform/Text.h"
 
 namespace
 {
@@ -101,10 +105,6 @@ HRESULT CNetworkInfoCollector::collectIpAddress()
 
 std::wstring CNetworkInfoCollector::stringFromGuid(const GUID& rGuid)
 {
-    CFunctionLog log;
-    wchar_t aText[260] = L"";
-    const int nLength = ::StringFromGUID2(rGuid, aText, static_cast<int>(std::size(aText)));
-    if (nLength == 0)
-        log.Warning(L"* StringFromGUID2() failed ret = %d", nLength);
-    return aText;
+    const CFunctionLog log;
+    return TextOfGuid(rGuid);
 }

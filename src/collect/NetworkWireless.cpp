@@ -1,9 +1,12 @@
 // The wireless interfaces and the networks that they see.
+#include <algorithm>
+
 #include "collect/NetworkInfoCollector.h"
 #include "collect/NetworkWlanApi.h"
 #include "collect/StepResult.h"
+#include "platform/CodePage.h"
 #include "platform/Table.h"
-#include "platform/WideText.h"
+#include "platform/Text.h"
 
 namespace
 {

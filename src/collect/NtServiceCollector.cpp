@@ -2,6 +2,7 @@
 
 #include "collect/CollectorFolders.h"
 #include "collect/StepResult.h"
+#include "platform/HResult.h"
 #include "platform/Handle.h"
 #include "platform/Path.h"
 #include "platform/SizedRead.h"

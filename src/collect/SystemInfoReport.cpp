@@ -5,9 +5,10 @@
 #include "collect/StepResult.h"
 #include "collect/SystemInfoCollector.h"
 #include "collect/SystemLanguages.h"
+#include "platform/CodePage.h"
+#include "platform/HResult.h"
 #include "platform/Path.h"
 #include "platform/RegKey.h"
-#include "platform/WideText.h"
 
 namespace
 {

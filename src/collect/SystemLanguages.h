@@ -1,6 +1,9 @@
 // The names of the platform's locales, as Windows.txt has always given them. Newer locales have none.
 #pragma once
 
+#include <algorithm>
+#include <functional>
+
 #include "platform/Table.h"
 #include "platform/Win32.h"
 

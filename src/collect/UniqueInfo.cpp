@@ -12,12 +12,13 @@
 
 #include "collect/CollectorFolders.h"
 #include "log/FunctionLog.h"
-#include "platform/AnsiText.h"
+#include "platform/CodePage.h"
 #include "platform/FirmwareTable.h"
 #include "platform/HResult.h"
 #include "platform/Handle.h"
 #include "platform/Path.h"
 #include "platform/SizedRead.h"
+#include "platform/Text.h"
 
 namespace
 {
@@ -57,7 +58,7 @@ void AddProcessor(CIdentityText& rText)
     for (unsigned n = 0; n < 3; ++n)
         __get_cpuid(FirstBrandLeaf + n, &aBrand[4 * n], &aBrand[4 * n + 1], &aBrand[4 * n + 2], &aBrand[4 * n + 3]);
     const std::string_view sBrand(reinterpret_cast<const char*>(aBrand.data()), sizeof aBrand);
-    rText.Add(L"processor", std::wstring(sBrand.begin(), std::ranges::find(sBrand, '\0')));
+    rText.Add(L"processor", WidenBytes(UpToZero(sBrand)));
     unsigned nSignature = 0, nOther = 0;
     if (__get_cpuid(1, &nSignature, &nOther, &nOther, &nOther))
         rText.Add(L"processor-signature", FormatText(L"%08X", nSignature));

@@ -3,7 +3,7 @@
 #include <objbase.h>
 
 #include <cstring>
-#include <cwchar>
+#include <tuple>
 
 namespace
 {
@@ -19,23 +19,27 @@ constexpr CRow Rows[] = {
 };
 static_assert(std::size(Rows) >= 1709);
 
-} // namespace
-
-bool CComNameTable::CGuidOrder::operator()(const GUID& rLeft, const GUID& rRight) const
+// By the 32-bit field, the two 16-bit fields, then the last eight bytes.
+struct CGuidOrder
 {
-    if (rLeft.Data1 != rRight.Data1)
-        return rLeft.Data1 < rRight.Data1;
-    if (rLeft.Data2 != rRight.Data2)
-        return rLeft.Data2 < rRight.Data2;
-    if (rLeft.Data3 != rRight.Data3)
-        return rLeft.Data3 < rRight.Data3;
-    return std::memcmp(rLeft.Data4, rRight.Data4, sizeof rLeft.Data4) < 0;
-}
+    bool operator()(const GUID& rLeft, const GUID& rRight) const
+    {
+        const auto Fields = [](const GUID& rGuid) { return std::tie(rGuid.Data1, rGuid.Data2, rGuid.Data3); };
+        if (Fields(rLeft) != Fields(rRight))
+            return Fields(rLeft) < Fields(rRight);
+        return std::memcmp(rLeft.Data4, rRight.Data4, sizeof rLeft.Data4) < 0;
+    }
+};
+
+} // namespace
 
 CComNameTable::CComNameTable()
 {
+    std::map<GUID, const wchar_t*, CGuidOrder> Names;
     for (const CRow& rRow : Rows)
-        m_Names.emplace(rRow.guid, rRow.pName);
+        Names.emplace(rRow.guid, rRow.pName);
+    for (const auto& [guid, pName] : Names)
+        m_Identities.emplace(pName, guid);
 }
 
 const CComNameTable& CComNameTable::GetTable()
@@ -46,12 +50,8 @@ const CComNameTable& CComNameTable::GetTable()
 
 GUID CComNameTable::Find(const std::wstring& sName) const
 {
-    for (const auto& [guid, sEntry] : m_Names)
-    {
-        if (::_wcsicmp(sEntry.c_str(), sName.c_str()) == 0)
-            return guid;
-    }
-    return {};
+    const auto itName = m_Identities.find(sName.c_str());
+    return itName != m_Identities.end() ? itName->second : GUID{};
 }
 
 CLSID ClsidOf(const std::wstring& sText, const std::wstring& sName)

@@ -1,6 +1,7 @@
 // Identities of COM classes and interfaces by name, for manifests that give no GUID.
 #pragma once
 
+#include <cwchar>
 #include <map>
 #include <string>
 
@@ -16,18 +17,14 @@ public:
     // none.
     GUID Find(const std::wstring& sName) const;
 
-    // The number of different GUIDs.
-    std::size_t Count() const { return m_Names.size(); }
-
 private:
-    // By the 32-bit field, the two 16-bit fields, then the last eight bytes.
-    struct CGuidOrder
+    struct CNameOrder
     {
-        bool operator()(const GUID& rLeft, const GUID& rRight) const;
+        bool operator()(const wchar_t* pLeft, const wchar_t* pRight) const { return ::_wcsicmp(pLeft, pRight) < 0; }
     };
     CComNameTable();
 
-    std::map<GUID, std::wstring, CGuidOrder> m_Names;
+    std::map<const wchar_t*, GUID, CNameOrder> m_Identities;
 };
 
 // The identity that the braced text holds, or where that is empty or unreadable the one of the name.

@@ -32,7 +32,7 @@ public:
 
 private:
     DWORD m_nLength = 0;
-    CTaskBlock<BYTE> m_pData;
+    CTaskBlock m_pData;
 };
 
 // An expected registry value.

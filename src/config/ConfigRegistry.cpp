@@ -1,4 +1,6 @@
 // The manifest's registry keys and values.
+#include <algorithm>
+
 #include "config/ConfigFile.h"
 #include "config/XmlWalk.h"
 #include "platform/Text.h"

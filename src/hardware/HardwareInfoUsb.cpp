@@ -8,8 +8,9 @@
 #include "hardware/HardwareInfoCollector.h"
 #include "hardware/HardwareInfoTables.h"
 #include "hardware/OpdUsbDeviceInfo.h"
+#include "platform/CodePage.h"
 #include "platform/Drive.h"
-#include "platform/WideText.h"
+#include "platform/Text.h"
 #include "sptioctl/StdIoCtlStdUtil.h"
 
 namespace

@@ -14,10 +14,7 @@ struct CDeviceProperty
     std::vector<BYTE> Data;
 
     // The data as UTF-16, with the terminators that stand in it; an odd last byte does not count.
-    std::wstring_view Characters() const
-    {
-        return { reinterpret_cast<const wchar_t*>(Data.data()), Data.size() / sizeof(wchar_t) };
-    }
+    std::wstring_view Characters() const { return CharactersOf(Data); }
     // The same up to the first terminator. There need not be one.
     std::wstring Text() const { return std::wstring(UpToZero(Characters())); }
 };

@@ -8,11 +8,12 @@
 
 #include "log/FunctionLog.h"
 #include "platform/Allocation.h"
+#include "platform/CodePage.h"
 #include "platform/Drive.h"
 #include "platform/HResult.h"
 #include "platform/Handle.h"
 #include "platform/Table.h"
-#include "platform/WideText.h"
+#include "platform/Text.h"
 
 namespace
 {

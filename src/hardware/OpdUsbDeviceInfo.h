@@ -1,6 +1,7 @@
 // Which USB device carries a drive, and what it tells of itself.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 

@@ -5,6 +5,7 @@
 #include "log/LogSystem.h"
 #include "log/OpLogUtil.h"
 #include "platform/HResult.h"
+#include "platform/Text.h"
 
 using namespace opLogSys;
 
@@ -13,20 +14,15 @@ namespace
 
 constexpr std::size_t MaxMessage = 2048;
 
-std::wstring Widen(std::string_view sAscii)
-{
-    return { sAscii.begin(), sAscii.end() };
-}
-
 // "CThing::Read" belongs to the subject "CThing", "CThing::CPart::Read" to "CPart".
 std::wstring SubjectOf(std::string_view sFunction)
 {
     const auto nEnd = sFunction.rfind("::");
     if (nEnd == sFunction.npos)
-        return Widen(sFunction);
+        return WidenBytes(sFunction);
     const std::string_view sClass = sFunction.substr(0, nEnd);
     const auto nStart = sClass.rfind("::");
-    return Widen(nStart == sClass.npos ? sClass : sClass.substr(nStart + 2));
+    return WidenBytes(nStart == sClass.npos ? sClass : sClass.substr(nStart + 2));
 }
 
 // A message within a scope, cut at the length of all log texts.
@@ -59,7 +55,7 @@ void opLogSys::WriteRecord(const CRecord& rRecord, const wchar_t* pFormat, ...)
     va_end(args);
     Quietly([&] {
         wchar_t aLine[MaxMessage];
-        FormatInto(aLine, L"%05d:[%s] %s", rRecord.nLine, Widen(rRecord.sFunction), aMessage);
+        FormatInto(aLine, L"%05d:[%s] %s", rRecord.nLine, WidenBytes(rRecord.sFunction), aMessage);
         pLogSystem->WriteErrorLog(aLine);
         WriteTrace(*pLogSystem->GetThreadLog().Get(), BarBefore(aMessage));
     });
@@ -103,7 +99,7 @@ void CFunctionLog::Enter()
         if (pLogSystem->GetFilter().IsTarget(SubjectOf(m_sFunction), Level) != S_OK)
             return;
         const Common::CReference<ILog> pLog = pLogSystem->GetThreadLog();
-        const std::wstring sLine = FormatText(L"┌ %s()", Widen(m_sFunction));
+        const std::wstring sLine = FormatText(L"┌ %s()", WidenBytes(m_sFunction));
         pLog->AddRef();
         m_pTrace = pLog.Get();
         m_pTrace->Enter();
@@ -115,7 +111,7 @@ void CFunctionLog::Leave()
 {
     const CLastErrorKeeper keeper;
     Quietly([&] {
-        const std::wstring sFunction = Widen(m_sFunction);
+        const std::wstring sFunction = WidenBytes(m_sFunction);
         WriteTrace(*m_pTrace, m_bHasResult ? FormatText(L"└ %s() : return 0x%08X [%d]", sFunction, m_hr, m_hr)
                                            : FormatText(L"└ %s()", sFunction));
     });

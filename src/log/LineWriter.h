@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "log/FunctionLog.h"
-#include "platform/AnsiText.h"
+#include "platform/CodePage.h"
 #include "platform/Handle.h"
 
 // What a user of the writer is called in the log.

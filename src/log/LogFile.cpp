@@ -1,6 +1,6 @@
 #include "log/LogFile.h"
 
-#include "platform/AnsiText.h"
+#include "platform/CodePage.h"
 #include "platform/Format.h"
 #include "platform/Path.h"
 

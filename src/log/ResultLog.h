@@ -1,6 +1,8 @@
 // The text files that a run leaves for people to read, above all InstallCheckResult.txt.
 #pragma once
 
+#include <string>
+
 #include "log/LineWriter.h"
 
 // One instance may be used from several threads only when they never write at the same time.

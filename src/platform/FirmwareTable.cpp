@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/Text.h"
+
 namespace
 {
 
@@ -22,13 +24,13 @@ class CTexts
 public:
     explicit CTexts(std::span<const BYTE> Bytes)
     {
+        const std::string_view sBytes(reinterpret_cast<const char*>(Bytes.data()), Bytes.size());
         std::size_t nStart = 0;
-        while (nStart < Bytes.size() && Bytes[nStart] != 0)
+        while (nStart < sBytes.size() && sBytes[nStart] != '\0')
         {
-            const auto itEnd = std::find(Bytes.begin() + static_cast<std::ptrdiff_t>(nStart), Bytes.end(), BYTE{ 0 });
-            const auto nEnd = static_cast<std::size_t>(itEnd - Bytes.begin());
-            m_Texts.emplace_back(Bytes.begin() + static_cast<std::ptrdiff_t>(nStart), itEnd);
-            nStart = std::min(nEnd + 1, Bytes.size());
+            const std::string_view sText = UpToZero(sBytes.substr(nStart));
+            m_Texts.push_back(WidenBytes(sText));
+            nStart = std::min(nStart + sText.size() + 1, sBytes.size());
         }
         // Without texts there are two zeros all the same.
         m_nSize = std::min(nStart + (m_Texts.empty() ? 2 : 1), Bytes.size());

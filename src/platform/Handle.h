@@ -101,13 +101,11 @@ using CServiceHandle = CHandleT<ServiceHandleTraits>;
 using CModuleHandle = CHandleT<ModuleTraits>;
 using CLocalBlock = CHandleT<LocalBlockTraits>;
 
-// A block from CoTaskMemAlloc, read as T.
-template <typename T>
+// A block from CoTaskMemAlloc.
 struct TaskBlockTraits
 {
-    using Type = T*;
+    using Type = BYTE*;
     static Type Invalid() { return nullptr; }
     static void Close(Type p) { ::CoTaskMemFree(p); }
 };
-template <typename T>
-using CTaskBlock = CHandleT<TaskBlockTraits<T>>;
+using CTaskBlock = CHandleT<TaskBlockTraits>;

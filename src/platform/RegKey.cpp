@@ -45,6 +45,19 @@ DWORD OpenMachineKey(const std::wstring& sPath, CRegKey& rKey)
     return rKey.Open(HKEY_LOCAL_MACHINE, sPath, KEY_READ);
 }
 
+std::wstring_view CRegValue::Text() const
+{
+    // The block has a zero for the other half.
+    return UpToZero(CharactersOf({ Data().data(), Data().size() + 1 }));
+}
+
+DWORD CRegValue::Query(BYTE* pBuffer, DWORD& rdwSize)
+{
+    const LSTATUS nStatus = ::RegQueryValueExW(m_hKey, m_sName.c_str(), nullptr, &m_dwType, pBuffer, &rdwSize);
+    m_dwStored = rdwSize;
+    return static_cast<DWORD>(nStatus);
+}
+
 DWORD EnumSubKey(HKEY hKey, DWORD nIndex, std::wstring& rsName, DWORD nCapacity, FILETIME* pLastWrite)
 {
     rsName.assign(nCapacity, L'\0');

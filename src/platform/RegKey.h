@@ -2,9 +2,14 @@
 // for a result code; the last error is not set by them.
 #pragma once
 
+#include <functional>
+#include <span>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "platform/Handle.h"
+#include "platform/SizedRead.h"
 
 class CRegKey
 {
@@ -25,6 +30,36 @@ public:
 
 private:
     CRegKeyHandle m_hKey;
+};
+
+// A value of any type and size, in two steps: what it is, then its data. A value that grows in between is read whole.
+class CRegValue
+{
+public:
+    // The key is borrowed. An empty name means the key's default value.
+    CRegValue(HKEY hKey, std::wstring sName) : m_hKey(hKey), m_sName(std::move(sName)) {}
+
+    [[nodiscard]] DWORD Ask() { return m_Read.AskSize(std::bind_front(&CRegValue::Query, this)); }
+    DWORD Type() const { return m_dwType; }
+    // Of the data, in bytes, as Ask was told.
+    DWORD Size() const { return m_Read.Size(); }
+    // False when there is no memory for that size, or when no value can be that large.
+    [[nodiscard]] bool Allocate() { return m_Read.Allocate(); }
+    [[nodiscard]] DWORD Read() { return m_Read.Read(std::bind_front(&CRegValue::Query, this)); }
+
+    // What has been read.
+    std::span<const BYTE> Data() const { return m_Read.Rows<BYTE>(0, m_dwStored); }
+    // The same as text up to its first zero; there need not be one. An odd last byte is the lower half of a character.
+    std::wstring_view Text() const;
+
+private:
+    DWORD Query(BYTE* pBuffer, DWORD& rdwSize);
+
+    HKEY m_hKey;
+    std::wstring m_sName;
+    DWORD m_dwType = REG_NONE;
+    DWORD m_dwStored = 0;
+    CSizedRead m_Read{ ERROR_MORE_DATA };
 };
 
 // Opens a key below HKEY_LOCAL_MACHINE to read, in the program's own view.

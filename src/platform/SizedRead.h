@@ -17,7 +17,7 @@ public:
     // dwTooSmall: what the call answers when there is not enough room.
     explicit CSizedRead(DWORD dwTooSmall) : m_dwTooSmall(dwTooSmall) {}
 
-    // Anything but dwTooSmall is no size.
+    // Any other answer than dwTooSmall means that no size was told.
     template <typename Call>
     DWORD AskSize(const Call& call)
     {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -29,6 +30,26 @@ inline bool EndsWithNoCase(const std::wstring& sText, std::wstring_view sEnd)
 [[nodiscard]] constexpr std::string_view UpToZero(std::string_view sText)
 {
     return sText.substr(0, sText.find('\0'));
+}
+
+// The text in a field of fixed length, which fills it or ends at its first zero.
+template <typename Char, std::size_t N>
+[[nodiscard]] std::basic_string<Char> FieldText(const Char (&aField)[N])
+{
+    return std::basic_string<Char>(UpToZero(std::basic_string_view<Char>(aField, N)));
+}
+
+// Each byte as the character of its number.
+[[nodiscard]] inline std::wstring WidenBytes(std::string_view sBytes)
+{
+    const auto* const pBytes = reinterpret_cast<const unsigned char*>(sBytes.data());
+    return std::wstring(pBytes, pBytes + sBytes.size());
+}
+
+// Bytes as UTF-16; an odd last one does not count.
+[[nodiscard]] inline std::wstring_view CharactersOf(std::span<const unsigned char> Bytes)
+{
+    return { reinterpret_cast<const wchar_t*>(Bytes.data()), Bytes.size() / sizeof(wchar_t) };
 }
 
 // Replaces every occurrence of a text that is not empty in one pass from the left; what a replacement brings in is not

@@ -88,12 +88,18 @@ std::optional<std::wstring> CVersionResource::String(CTranslation translation, c
     return std::wstring(UpToZero(sText));
 }
 
+std::optional<std::wstring> CVersionResource::FileVersion(CTranslation translation) const
+{
+    auto sText = String(translation, L"FileVersion");
+    if (sText)
+        ReplaceAll(*sText, L", ", L".");
+    return sText;
+}
+
 std::wstring CVersionResource::FileVersionText() const
 {
     const std::optional<CTranslation> translation = Translation();
-    std::wstring sText = translation ? String(*translation, L"FileVersion").value_or(std::wstring()) : std::wstring();
-    ReplaceAll(sText, L", ", L".");
-    return sText;
+    return translation ? FileVersion(*translation).value_or(std::wstring()) : std::wstring();
 }
 
 std::wstring FixedVersionText(CVersionResource::CFixed version)

@@ -36,7 +36,9 @@ public:
     // A string of the given translation; without a value when there is no such key.
     [[nodiscard]] std::optional<std::wstring> String(CTranslation translation, const wchar_t* pKey) const;
 
-    // The "FileVersion" string of the first translation, each ", " made a "."; empty when there is none.
+    // The "FileVersion" string, each ", " made a ".".
+    [[nodiscard]] std::optional<std::wstring> FileVersion(CTranslation translation) const;
+    // That of the first translation; empty when there is none.
     [[nodiscard]] std::wstring FileVersionText() const;
 
 private:

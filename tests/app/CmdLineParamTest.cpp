@@ -7,9 +7,9 @@
 
 #include <sstream>
 
+#include "platform/CodePage.h"
 #include "platform/Format.h"
 #include "platform/Path.h"
-#include "platform/WideText.h"
 #include "support/Golden.h"
 #include "support/ImportPatch.h"
 

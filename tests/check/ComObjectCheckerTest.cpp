@@ -117,6 +117,7 @@ TEST_F(ComObjectChecker, WantsSideBySideObjectsUnregisteredAndDummiesAbsent)
     add(L"Absent", broken, CComObjectInfo::RegType_SxsDummy, L"ANYWHERE");
     add(L"Half", broken, CComObjectInfo::RegType_SxsDummy, sServer);
     add(L"Present", good, CComObjectInfo::RegType_SxsDummy, sServer);
+    add(L"Hollow", Add(L"Hollow", L"Both", L"null-object"), CComObjectInfo::RegType_SxsDummy, L"ANYWHERE");
     add(L"Unknown", good, 3, L"ANYWHERE");
     ExpectRun("Side by side", Infos);
 }

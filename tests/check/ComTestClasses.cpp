@@ -5,8 +5,8 @@
 
 #include "check/CheckRun.h"
 #include "check/ComInfoChecker.h"
+#include "platform/CodePage.h"
 #include "platform/GuidText.h"
-#include "platform/WideText.h"
 
 CComTest::CComTest() : m_hServer(::LoadLibraryW(ServerPath().c_str()))
 {

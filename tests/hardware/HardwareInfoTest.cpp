@@ -7,7 +7,7 @@
 #include "hardware/OpdHardwareList.h"
 #include "hardware/OpdHardwareTree.h"
 #include "hardware/OpdUsbDeviceTree.h"
-#include "platform/WideText.h"
+#include "platform/CodePage.h"
 #include "support/FakeRoots.h"
 #include "support/FakeUsbPc.h"
 #include "support/FakeVersions.h"

@@ -5,7 +5,7 @@
 
 #include "log/LogFactories.h"
 #include "log/LogSysInfo.h"
-#include "platform/AnsiText.h"
+#include "platform/CodePage.h"
 #include "support/Golden.h"
 
 using namespace opLogSys;

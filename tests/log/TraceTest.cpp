@@ -9,9 +9,8 @@
 #include "log/FileIO.h"
 #include "log/FunctionLog.h"
 #include "opdutility/OpdExecFile.h"
-#include "platform/AnsiText.h"
+#include "platform/CodePage.h"
 #include "platform/Path.h"
-#include "platform/WideText.h"
 #include "support/Golden.h"
 
 using namespace opLogSys;

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/AnsiText.h"
+#include "platform/CodePage.h"
 #include "platform/Format.h"
 #include "platform/Path.h"
 
@@ -25,7 +25,7 @@ TEST(Path, JoinsFolderAndName)
 }
 
 // Half a character at the limit would spoil the whole line for its reader.
-TEST(AnsiText, IsCutAtWholeCharacters)
+TEST(CodePage, IsCutAtWholeCharacters)
 {
     const std::tuple<std::wstring, UINT, std::size_t, std::string> aCases[] = {
         { L"\u65e5\u672c", CP_UTF8, 5, "\xE6\x97\xA5" },

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <utility>
 
-#include "platform/WideText.h"
+#include "platform/CodePage.h"
 #include "support/ImportPatch.h"
 
 namespace

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "platform/WideText.h"
+#include "platform/CodePage.h"
 #include "support/FakePcDevices.h"
 
 namespace

@@ -3,8 +3,8 @@
 #include <iomanip>
 #include <sstream>
 
+#include "platform/CodePage.h"
 #include "platform/Text.h"
-#include "platform/WideText.h"
 #include "support/Golden.h"
 
 namespace

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "platform/AnsiText.h"
+#include "platform/CodePage.h"
 #include "platform/Format.h"
 
 CTestFolder::CTestFolder()

@@ -1,6 +1,8 @@
 // The line writer under the name that collectors use for listings and comma-separated files. No header.
 #pragma once
 
+#include <string>
+
 #include "log/LineWriter.h"
 
 class COpdLogFile : public CLineWriter

@@ -1,4 +1,4 @@
-#include "platform/AnsiText.h"
+#include "platform/CodePage.h"
 
 std::size_t ToNarrow(std::wstring_view sText, UINT nCodePage, std::span<char> Bytes)
 {
@@ -31,4 +31,16 @@ std::string ToNarrowLimited(std::wstring_view sText, UINT nCodePage, std::size_t
     if (nFits > 0 && IS_HIGH_SURROGATE(sText[nFits - 1]))
         --nFits;
     return ToNarrow(sText.substr(0, nFits), nCodePage);
+}
+
+std::wstring ToWide(std::string_view sBytes, UINT nCodePage)
+{
+    const auto nBytes = static_cast<int>(sBytes.size());
+    // No byte becomes more than one UTF-16 word.
+    std::wstring sText(sBytes.size(), L'\0');
+    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): its size stands beside it
+    const int nLength = nBytes > 0 ? ::MultiByteToWideChar(nCodePage, 0, sBytes.data(), nBytes, sText.data(), nBytes)
+                                   : 0;
+    sText.resize(nLength > 0 ? static_cast<std::size_t>(nLength) : 0);
+    return sText;
 }

@@ -1,4 +1,4 @@
-// Wide text to bytes, for everything that goes into a file.
+// Text between UTF-16 and the code pages, in which files are written and some answers of the platform come.
 #pragma once
 
 #include <cstddef>
@@ -18,3 +18,6 @@ inline constexpr std::size_t MaxNarrow = 4;
 
 // The same, cut at whole characters so that the result has at most nLimit bytes.
 [[nodiscard]] std::string ToNarrowLimited(std::wstring_view sText, UINT nCodePage, std::size_t nLimit);
+
+// Converts with MultiByteToWideChar, flags 0; empty when that fails.
+[[nodiscard]] std::wstring ToWide(std::string_view sBytes, UINT nCodePage = CP_THREAD_ACP);
