@@ -24,7 +24,7 @@ const std::wstring& ProcessTimestamp()
     return s_sStamp;
 }
 
-HRESULT RequireFolder(const std::wstring& sPath)
+HRESULT MakeDirPath(const std::wstring& sPath)
 {
     return MakeFolder(sPath) == ERROR_SUCCESS && FolderExists(sPath) ? S_OK : E_UNEXPECTED;
 }
@@ -153,7 +153,7 @@ HRESULT CCmdLineParam::GetLogDirPath(std::wstring& rsPath) const
             return E_UNEXPECTED;
         sPath = JoinPath(sDesktop, L"Velmora_Install_Status_log\\" + ProcessTimestamp());
     }
-    const HRESULT hr = RequireFolder(sPath);
+    const HRESULT hr = MakeDirPath(sPath);
     if (SUCCEEDED(hr))
         rsPath = sPath;
     return hr;
@@ -169,7 +169,7 @@ HRESULT CCmdLineParam::GetResultDirPath(std::wstring& rsPath) const
             return hr;
         sPath = JoinPath(sPath, L"Log");
     }
-    const HRESULT hr = RequireFolder(sPath);
+    const HRESULT hr = MakeDirPath(sPath);
     if (SUCCEEDED(hr))
         rsPath = sPath;
     return hr;

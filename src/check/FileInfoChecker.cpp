@@ -12,6 +12,7 @@
 #include "opdutility/ReadVersion.h"
 #include "platform/CodePage.h"
 #include "platform/HResult.h"
+#include "platform/ModuleVersion.h"
 #include "platform/Path.h"
 #include "platform/Text.h"
 

@@ -32,12 +32,7 @@ std::wstring HexBytes(std::span<const BYTE> Data)
     return sText;
 }
 
-// Registry data need not be terminated, and a number may have fewer bytes than its type says.
-std::wstring TextOf(std::span<const BYTE> Data)
-{
-    return std::wstring(UpToZero(CharactersOf(Data).substr(0, MaxLine)));
-}
-
+// A number may have fewer bytes than its type says.
 DWORD NumberOf(std::span<const BYTE> Data)
 {
     DWORD dwValue = 0;
@@ -46,16 +41,16 @@ DWORD NumberOf(std::span<const BYTE> Data)
 }
 
 // Without a value for the types that the report leaves out.
-std::optional<std::wstring> DataText(DWORD dwType, std::span<const BYTE> Data)
+std::optional<std::wstring> DataText(const CRegValue& rValue)
 {
-    switch (dwType)
+    switch (rValue.Type())
     {
     case REG_SZ:
-        return FormatText(L"\"%s\"", TextOf(Data));
+        return FormatText(L"\"%s\"", std::wstring(rValue.Text().substr(0, MaxLine)));
     case REG_BINARY:
-        return HexBytes(Data);
+        return HexBytes(rValue.Data());
     case REG_DWORD:
-        return FormatText(L"dword:%08X", NumberOf(Data));
+        return FormatText(L"dword:%08X", NumberOf(rValue.Data()));
     case REG_MULTI_SZ:
         // The report has always shown the name alone; its readers count on it.
         return std::wstring();
@@ -83,7 +78,7 @@ HRESULT CCollectorUtil::OutputRegSubKeyData(HKEY hKey, CResultLog& rResultLog)
                 log.Throw(E_OUTOFMEMORY, L"pData.Allocate( %d ) failed.", value.Size());
             if (value.Read() != ERROR_SUCCESS)
                 return;
-            if (const auto sText = DataText(value.Type(), value.Data()))
+            if (const auto sText = DataText(value))
                 rResultLog.WriteLine(L"    \"%s\"=%s", aName, *sText);
         }
     });

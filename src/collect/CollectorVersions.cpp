@@ -2,7 +2,9 @@
 #include "collect/CollectorUtil.h"
 
 #include "collect/FileVersions.h"
+#include "log/FunctionLog.h"
 #include "opdutility/ReadVersion.h"
+#include "platform/ModuleVersion.h"
 
 HRESULT CCollectorUtil::GetFileProperty(const std::wstring& sPath, CFileVersions::Properties& rProperties)
 {

@@ -51,8 +51,8 @@ void StoreBytes(CDataBlock& rData, const void* pBytes, std::size_t nLength)
     std::copy_n(static_cast<const BYTE*>(pBytes), nLength, rData.Data());
 }
 
-// Numbers are signed, and those beyond are taken as the largest (_wtoi would turn some of them round on Windows):
-// 4294967295 stands in the manifest as -1.
+// Numbers are signed and clamped to the nearest (_wtoi wraps some of them on Windows): 4294967295 stands in the
+// manifest as -1.
 void StoreValue(const CFunctionLog& log, const CConfigFile& rConfig, const std::wstring& sType, std::wstring sText,
                 CRegistryInfo& rInfo)
 {

@@ -71,7 +71,7 @@ CDeviceProperty ReadDevNodeProperty(const CFunctionLog& log, DEVINST hNode, ULON
         dwStored = rdwSize;
         return cr;
     };
-    CSizedRead read(CR_BUFFER_SMALL);
+    CSizedRead read(CR_BUFFER_SMALL, sizeof(wchar_t));
     if (const CONFIGRET cr = read.AskSize(Get); cr != CR_SUCCESS && cr != CR_BUFFER_SMALL)
         log.Throw(E_FAIL);
     if (!read.Allocate())

@@ -143,7 +143,7 @@ CDeviceProperty ReadDeviceProperty(const CFunctionLog& log, HDEVINFO hSet, SP_DE
         return static_cast<DWORD>(hr);
     };
     constexpr CFormat<DWORD, HRESULT> failed(L"::SetupDiGetDeviceRegistryProperty( 0x%08X ) failed. [0x%08X]");
-    CSizedRead read(static_cast<DWORD>(TooSmall));
+    CSizedRead read(static_cast<DWORD>(TooSmall), sizeof(wchar_t));
     read.AskSize(Get);
     if (!IsSizeTold(hr) && !bTold)
         log.Throw(hr);

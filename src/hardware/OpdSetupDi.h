@@ -9,7 +9,7 @@
 
 #include <setupapi.h>
 
-// A call that fails gives INVALID_HANDLE_VALUE. Null is not given back either.
+// A call that fails gives INVALID_HANDLE_VALUE. Null is not destroyed either.
 struct DeviceInfoSetTraits
 {
     using Type = HDEVINFO;

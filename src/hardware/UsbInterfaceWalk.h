@@ -6,7 +6,7 @@
 
 // Hands the interfaces of a set to visit, with their index, until that gives true. Reaching the end of the list counts
 // as a failure, as in a search that finds nothing: it is recorded with failed and thrown. Another failure is recorded
-// the same way and passed over, unless there are so many that it cannot be a list.
+// the same way and passed over, unless so many follow each other that it cannot be a list.
 template <typename Visit>
 void WalkInterfaces(const CFunctionLog& log, HDEVINFO hSet, const GUID& rGuid, CFormat<DWORD, HRESULT> failed,
                     const Visit& visit)

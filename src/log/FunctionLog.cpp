@@ -33,7 +33,7 @@ std::wstring BarBefore(const wchar_t* pMessage)
     return aLine;
 }
 
-// Each line is a group, which ends with the group that it is part of: there a file with autoflush flushes.
+// Each line is a group, alone or inside an open one; a file with autoflush flushes when the outermost ends.
 void WriteTrace(ILog& rLog, const std::wstring& sLine)
 {
     const Common::CGroupScope group(rLog);

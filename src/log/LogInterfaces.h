@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/HResult.h"
 #include "platform/Lock.h"
 #include "platform/Win32.h"
 
@@ -95,7 +96,7 @@ public:
     virtual LONG Release() = 0;
 };
 
-// Logging never fails its caller: where there is no memory for a line, the line is lost.
+// Logging never fails its caller: where there is no memory or no lock for a line, the line is lost.
 template <typename Action>
 void Quietly(const Action& action) noexcept
 {
@@ -104,6 +105,9 @@ void Quietly(const Action& action) noexcept
         action();
     }
     catch (const std::exception&) // NOLINT(bugprone-empty-catch)
+    {
+    }
+    catch (HRESULT) // NOLINT(bugprone-empty-catch)
     {
     }
 }
@@ -168,6 +172,7 @@ private:
     T* m_pObject = nullptr;
 };
 
+// CLock as an object of the log system's own kind, which its outputs are given.
 class CCriticalSection final : public ILockObject
 {
 public:
@@ -195,8 +200,16 @@ private:
 class CGroupScope
 {
 public:
-    explicit CGroupScope(ILog& rLog) : m_rLog(rLog) { m_rLog.BeginGroup(); }
-    ~CGroupScope() { m_rLog.EndGroup(); }
+    explicit CGroupScope(ILog& rLog) : m_rLog(rLog)
+    {
+        const CLastErrorKeeper keeper;
+        m_rLog.BeginGroup();
+    }
+    ~CGroupScope()
+    {
+        const CLastErrorKeeper keeper;
+        m_rLog.EndGroup();
+    }
     CGroupScope(const CGroupScope&) = delete;
     CGroupScope& operator=(const CGroupScope&) = delete;
 

@@ -53,10 +53,9 @@ void CLogSystem::WriteErrorLog(const wchar_t* pText)
     if (!m_bIntroduced)
     {
         m_bIntroduced = true;
-        pErrorLog->BeginGroup();
+        const Common::CGroupScope group(*pErrorLog.Get());
         if (IntroduceProcess())
             WriteBanner(*pErrorLog.Get());
-        pErrorLog->EndGroup();
     }
     pErrorLog->WriteNow(pText);
 }

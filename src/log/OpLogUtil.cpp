@@ -69,7 +69,8 @@ CLogSystem* COpLogUtil::COpLogImp::GetLogSystem()
 
 bool COpLogUtil::COpLogImp::IsLogOn()
 {
-    return CFunctionLog::IsTraceOn();
+    CLogSystem* const pLogSystem = GetLogSystem();
+    return pLogSystem != nullptr && pLogSystem->GetFilter().HasEntries() == S_OK;
 }
 
 bool COpLogUtil::COpLogImp::EnableBreak(const wchar_t* pValueName)

@@ -59,7 +59,7 @@ private:
     std::wstring m_sName;
     DWORD m_dwType = REG_NONE;
     DWORD m_dwStored = 0;
-    CSizedRead m_Read{ ERROR_MORE_DATA };
+    CSizedRead m_Read{ ERROR_MORE_DATA, sizeof(wchar_t) };
 };
 
 // Opens a key below HKEY_LOCAL_MACHINE to read, in the program's own view.

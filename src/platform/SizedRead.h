@@ -14,10 +14,11 @@
 class CSizedRead
 {
 public:
-    // dwTooSmall: what the call answers when there is not enough room.
-    explicit CSizedRead(DWORD dwTooSmall) : m_dwTooSmall(dwTooSmall) {}
+    // dwTooSmall: what the call answers when there is not enough room. nSpare: the bytes behind the data's end into
+    // which a platform may put the zero that an unterminated text lacks.
+    explicit CSizedRead(DWORD dwTooSmall, DWORD nSpare = 0) : m_dwTooSmall(dwTooSmall), m_nSpare(nSpare) {}
 
-    // Any other answer than dwTooSmall means that no size was told.
+    // The caller judges by the answer whether a size was told: most calls answer dwTooSmall, some succeed.
     template <typename Call>
     DWORD AskSize(const Call& call)
     {
@@ -26,11 +27,10 @@ public:
     }
     DWORD Size() const { return m_dwSize; }
 
-    // A zeroed block of that size; false when there is no memory, or for a size that no answer can have. Behind its end
-    // there is room for the zero with which a platform may end an unterminated text.
+    // A zeroed block of that size; false when there is no memory, or for a size that no answer can have.
     bool Allocate()
     {
-        m_pData.reset(m_dwSize <= MaxSize ? new (std::nothrow) BYTE[m_dwSize + sizeof(wchar_t)]() : nullptr);
+        m_pData.reset(m_dwSize <= MaxSize ? new (std::nothrow) BYTE[m_dwSize + m_nSpare]() : nullptr);
         return m_pData != nullptr;
     }
     // Answers the status of the last call. Data that has grown since the size was told is asked for again, a few times.
@@ -82,6 +82,7 @@ private:
     }
 
     DWORD m_dwTooSmall;
+    DWORD m_nSpare;
     DWORD m_dwSize = 0;
     std::unique_ptr<BYTE[]> m_pData;
 };

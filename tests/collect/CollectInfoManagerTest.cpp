@@ -12,9 +12,10 @@ namespace
 // started, costs its own lines; the series goes on.
 TEST(CollectInfoManager, StartsEachChildWithItsLine)
 {
+    constexpr const char* NotStarted = "-collect:asio";
     std::string sLeft;
     for (const auto& [bSilent, pSxsId, pNuvex, pFailing] : { std::tuple(false, L"__None__", L"C:\\nuvex\\", "no child"),
-                                                             { true, L"other", L"D:\\", "-collect:asio" },
+                                                             { true, L"other", L"D:\\", NotStarted },
                                                              { true, L"", L"", "-collect:driver" } })
     {
         CConfigFile config;
@@ -28,7 +29,7 @@ TEST(CollectInfoManager, StartsEachChildWithItsLine)
             "CreateProcessW", [&](auto, auto pLine, auto... others) {
                 progress.Seen() += "> " + Utf8(pLine) + "\r\n";
                 dwCode = Utf8(pLine).find(pFailing) != std::string::npos ? 0x80004005 : 0;
-                if (dwCode != 0 && bSilent && pSxsId[0] != L'\0')
+                if (dwCode != 0 && pFailing == NotStarted)
                     return FailedCall(ERROR_FILE_NOT_FOUND);
                 // A process that has ended.
                 std::get<7>(std::tuple(others...))->hProcess = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);

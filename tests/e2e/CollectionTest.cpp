@@ -5,9 +5,13 @@
 #include <gmock/gmock.h>
 
 #include "e2e/Program.h"
+#include "platform/Handle.h"
 
 namespace
 {
+
+using ::testing::IsEmpty;
+using ::testing::Not;
 
 // The lines of a file of tests/data/e2e that are no comments.
 std::vector<std::string> DataLines(const std::wstring& sName)
@@ -80,6 +84,24 @@ TEST(Collection, LeavesTheWholeFolderAndNoUnexplainedRecord)
         CheckFiles(installation.Folder() / L"out");
         CheckRecords(installation, bShown ? "shown " : "silent ", bShown ? "silent " : "shown ");
     }
+}
+
+// An old system has the older firewall interface, and the report must say which system it is.
+TEST(Collection, AsksAnOldSystemInItsOwnWay)
+{
+    CRegKeyHandle hKey;
+    ASSERT_EQ(::RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Wine", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                                hKey.Put(), nullptr),
+              ERROR_SUCCESS);
+    constexpr wchar_t aVersion[] = L"winxp";
+    ::RegSetValueExW(hKey.Get(), L"Version", 0, REG_SZ, reinterpret_cast<const BYTE*>(aVersion), sizeof aVersion);
+    const CInstallation installation;
+    EXPECT_EQ(installation.Run(L"-s -collect:system", 60000).dwExitCode, 0u);
+    ::RegDeleteValueW(hKey.Get(), L"Version");
+
+    EXPECT_THAT(installation.Messages("CNetworkInfoCollector::collectFirewallInfoForXP"), Not(IsEmpty()));
+    EXPECT_THAT(installation.Messages("CNetworkInfoCollector::collectFirewallInfoForVistaOrLater"), IsEmpty());
+    EXPECT_NE(ReadBytes(installation.Folder() / L"out\\Windows.txt").find("Version     : 5."), std::string::npos);
 }
 
 } // namespace

@@ -147,7 +147,7 @@ TEST(HardwareOfADescribedPc, IsReportedThroughRealHandlesAsByTheComponentsThatRe
     std::string sWire = FilesBelow(installation.Folder() / L"trace");
     sWire.erase(0, sWire.find("DeviceIoControl("));
     sWire.resize(std::min(sWire.size(), sWire.find("Status:0 Length")));
-    const std::regex Places("\n\\S+ "), Times("\\d{8}_\\d{9}");
+    const std::regex Places("\n\\S+ "), Times("\\d{8}_\\d{9}-\\d\\d");
     ExpectGolden(L"hardware\\Wire.txt",
                  std::regex_replace(sWire, Places, "\n") +
                      std::regex_replace(FilesBelow(installation.Folder() / L"log.SCSI"), Times, "time"),

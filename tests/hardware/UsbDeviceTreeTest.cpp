@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <regex>
+#include <sstream>
 
 #include "hardware/OpdUsbDeviceTree.h"
 #include "support/FakeUsbPc.h"
@@ -135,6 +136,32 @@ TEST(UsbDeviceTree, EndsAtHubsThatCannotBeWalked)
     EXPECT_EQ(pc.Dump(true), sBefore);
     pc.devices.Find(2)->Interfaces[0].sPath = L"\\\\.\\gone";
     EXPECT_EQ(pc.Dump(true), "");
+}
+
+// Eight hubs that each name all of them are no loop, but a walk of a hundred thousand hubs.
+TEST(UsbDeviceTree, EndsAtMoreHubsThanABusHas)
+{
+    CUsbPc pc;
+    std::ostringstream Hubs;
+    for (int nHub = 1; nHub <= 8; ++nHub)
+    {
+        Hubs << "device \\\\.\\hub" << nHub << "\nanswer 220408 00 00 00 00 = 09 29 08 00 00\n";
+        for (int nPort = 1; nPort <= 8; ++nPort)
+            Hubs << "answer 220448 0" << nPort
+                 << " 00 00 00 = 12 01 00 02 09 00 01 40 00 00 00 00 00 00 00 00 00 00 00 00 01\n"
+                 << "answer 220414 0" << nPort << " 00 00 00 = 12 00 00 00 \"hub" << nPort << "|\n";
+    }
+    pc.io.Describe(pc.folder.Write(L"hubs.txt", Hubs.str()));
+    pc.root["220414 03 00 00 00"] = Bytes("12 00 00 00 \"hub1|");
+    std::size_t nHubs = 0;
+    pc.io.Tamper = [&](const auto&, CFakeRequest& rRequest, DWORD&) {
+        nHubs += rRequest.dwCode == 0x220408 && !rRequest.In.empty();
+    };
+    for (int nDump = 1; nDump <= 2; ++nDump)
+    {
+        pc.Dump(true);
+        EXPECT_EQ(nHubs, 127u * static_cast<unsigned>(nDump));
+    }
 }
 
 } // namespace

@@ -10,7 +10,7 @@ class COpdDirectoryHelper
 {
 public:
     // Creates the folder and the missing ones above it. 0 when it is there afterwards; E_UNEXPECTED when a file is in
-    // the way.
+    // the way. Unlike MakeFolder it refuses a relative path, also of a folder that is there.
     static HRESULT CreateDirectoryExW(const std::wstring& sPath);
 };
 

@@ -1,40 +1,15 @@
-// Versions of files, for functions that tell them in their own ways.
+// The reads behind the version functions of checker and collectors. Failures go through the caller's log.
 #pragma once
 
 #include <string>
 
-#include "log/FunctionLog.h"
-#include "opdutility/OpdFileHelper.h"
-#include "platform/HResult.h"
-#include "platform/Handle.h"
-#include "platform/ModuleVersion.h"
 #include "platform/VersionResource.h"
+
+class CFunctionLog;
 
 // Of one of the product's own module files, by the path as it stands. Throws E_FAIL for any other file and for one that
 // is too short, and what the reading answers.
-[[nodiscard]] inline std::wstring ReadModuleVersion(const CFunctionLog& log, const std::wstring& sPath)
-{
-    const CModuleVersion::Kind eKind = CModuleVersion::KindOf(sPath);
-    if (eKind == CModuleVersion::Kind::None)
-        log.Throw(E_FAIL);
-    CTaskBlock pData;
-    DWORD dwSize = 0;
-    log.Check(COpdFileHelper::ReadFile(sPath, pData.Put(), &dwSize),
-              L"COpdFileHelper::ReadFile( \"%s\" ) failed.[0x%08X]", sPath);
-    const auto sVersion = CModuleVersion::Parse(eKind, { pData.Get(), dwSize });
-    if (!sVersion)
-        log.Throw(E_FAIL);
-    return *sVersion;
-}
+[[nodiscard]] std::wstring ReadModuleVersion(const CFunctionLog& log, const std::wstring& sPath);
 
 // The fixed version of the file's resource; throws the code of what is missing.
-[[nodiscard]] inline CVersionResource::CFixed ReadFixedVersion(const CFunctionLog& log, const std::wstring& sPath)
-{
-    CVersionResource resource;
-    if (const HRESULT hr = resource.Load(sPath); FAILED(hr))
-        log.Throw(hr);
-    const auto version = resource.Fixed();
-    if (!version)
-        log.Throw(LastErrorResult());
-    return *version;
-}
+[[nodiscard]] CVersionResource::CFixed ReadFixedVersion(const CFunctionLog& log, const std::wstring& sPath);
