@@ -57,11 +57,10 @@ HRESULT Pass(ISptIoCtl& rTo, const CCommand& c)
 
 } // namespace
 
-CSptIoCtlDebug::CSptIoCtlDebug()
+CSptIoCtlDebug::CSptIoCtlDebug() : m_sLogDirPath(JoinPath(ModuleDirPath(), L"log.SCSI"))
 {
     // So that it works before anything is wrapped; without it the operations tell what is missing.
     static_cast<void>(CreateInstance<CSptIoCtl>(m_pSptIoCtl));
-    m_sLogDirPath = JoinPath(ModuleDirPath(), L"log.SCSI");
     MakeFolder(m_sLogDirPath);
 }
 
